@@ -1,0 +1,226 @@
+#include "Common/FormatString.h"
+
+#include "Common/Text.h"
+
+namespace {
+
+struct Spec {
+  bool left = false;
+  bool zero = false;
+  bool plus = false;
+  bool space = false;
+  bool alternate = false;
+  int width = 0;
+  int precision = -1;
+  bool wide = false;  // a 64-bit length modifier
+  char16_t conversion = 0;
+};
+
+class Formatter {
+ public:
+  Formatter(std::u16string_view format, std::initializer_list<FormatArg> args)
+      : format_(format), next_(args.begin()), end_(args.end()) {
+    out_.reserve(format.size() + 16 * args.size());
+  }
+
+  std::u16string Run() {
+    size_t pos = 0;
+    while (pos < format_.size()) {
+      const size_t percent = format_.find(u'%', pos);
+      out_.append(format_.substr(pos, percent - pos));
+      if (percent == std::u16string_view::npos) break;
+      pos = Directive(percent);
+    }
+    return std::move(out_);
+  }
+
+ private:
+  // Formats the directive at `start` and returns the position behind it.
+  size_t Directive(size_t start) {
+    size_t pos = start + 1;
+    Spec spec;
+    if (!ParseSpec(pos, spec)) {
+      out_.append(format_.substr(start, pos - start));
+      return pos;
+    }
+    Emit(spec);
+    return pos;
+  }
+
+  bool ParseSpec(size_t& pos, Spec& spec) {
+    for (; pos < format_.size(); ++pos) {
+      const char16_t c = format_[pos];
+      if (c == u'-') spec.left = true;
+      else if (c == u'0') spec.zero = true;
+      else if (c == u'+') spec.plus = true;
+      else if (c == u' ') spec.space = true;
+      else if (c == u'#') spec.alternate = true;
+      else break;
+    }
+    spec.width = ReadNumber(pos, spec.left);
+    if (pos < format_.size() && format_[pos] == u'.') {
+      ++pos;
+      bool ignored = false;
+      spec.precision = ReadNumber(pos, ignored);
+      if (spec.precision < 0) spec.precision = -1;
+    }
+    ReadLength(pos, spec);
+    if (pos >= format_.size()) return false;
+    spec.conversion = format_[pos++];
+    return true;
+  }
+
+  // A number or "*" (taken from the arguments; negative width means left).
+  int ReadNumber(size_t& pos, bool& left) {
+    if (pos < format_.size() && format_[pos] == u'*') {
+      ++pos;
+      int64_t value = NextArg() ? next_[-1].AsSigned() : 0;
+      if (value < 0) {
+        left = true;
+        value = -value;
+      }
+      return static_cast<int>(value);
+    }
+    int value = 0;
+    while (pos < format_.size() && format_[pos] >= u'0' && format_[pos] <= u'9') {
+      value = value * 10 + (format_[pos++] - u'0');
+    }
+    return value;
+  }
+
+  void ReadLength(size_t& pos, Spec& spec) {
+    const auto rest = format_.substr(pos);
+    if (rest.starts_with(u"I64")) {
+      spec.wide = true, pos += 3;
+    } else if (rest.starts_with(u"ll")) {
+      spec.wide = true, pos += 2;
+    } else if (rest.starts_with(u"z") || rest.starts_with(u"j")) {
+      spec.wide = true, pos += 1;
+    } else if (rest.starts_with(u"h") || rest.starts_with(u"l") || rest.starts_with(u"w")) {
+      pos += rest.starts_with(u"hh") ? 2 : 1;
+    }
+  }
+
+  const FormatArg* NextArg() {
+    if (next_ == end_) return nullptr;
+    return next_++;
+  }
+
+  void Emit(const Spec& spec) {
+    switch (spec.conversion) {
+      case u'%': out_ += u'%'; return;
+      case u'd': case u'i': return Signed(spec);
+      case u'u': return Digits(spec, Unsigned(spec), 10, false, u"");
+      case u'x': return Digits(spec, Unsigned(spec), 16, false, spec.alternate ? u"0x" : u"");
+      case u'X': return Digits(spec, Unsigned(spec), 16, true, spec.alternate ? u"0X" : u"");
+      case u'o': return Digits(spec, Unsigned(spec), 8, false, u"");
+      case u'p': return Pointer(spec);
+      case u'c': return Character(spec);
+      case u's': case u'S': return Text(spec);
+      default: out_ += u'%'; out_ += spec.conversion; return;
+    }
+  }
+
+  uint64_t Unsigned(const Spec& spec) {
+    const FormatArg* arg = NextArg();
+    const uint64_t value = arg ? arg->AsUnsigned() : 0;
+    return spec.wide ? value : static_cast<uint32_t>(value);
+  }
+
+  void Signed(const Spec& spec) {
+    const FormatArg* arg = NextArg();
+    int64_t value = arg ? arg->AsSigned() : 0;
+    if (!spec.wide) value = static_cast<int32_t>(value);
+    const uint64_t magnitude = value < 0 ? 0 - static_cast<uint64_t>(value) : value;
+    const char16_t* sign = value < 0 ? u"-" : spec.plus ? u"+" : spec.space ? u" " : u"";
+    Digits(spec, magnitude, 10, false, sign);
+  }
+
+  void Pointer(const Spec& spec) {
+    const FormatArg* arg = NextArg();
+    Spec fixed = spec;
+    fixed.precision = 16;
+    Digits(fixed, arg ? arg->AsUnsigned() : 0, 16, true, u"");
+  }
+
+  void Character(const Spec& spec) {
+    const FormatArg* arg = NextArg();
+    const std::u16string text(1, static_cast<char16_t>(arg ? arg->AsUnsigned() : 0));
+    Pad(spec, u"", text, false);
+  }
+
+  void Text(const Spec& spec) {
+    const FormatArg* arg = NextArg();
+    std::u16string text = arg ? arg->AsText() : std::u16string(u"(null)");
+    if (spec.precision >= 0 && static_cast<size_t>(spec.precision) < text.size()) {
+      text.resize(spec.precision);
+    }
+    Pad(spec, u"", text, false);
+  }
+
+  void Digits(const Spec& spec, uint64_t value, unsigned base, bool upper, std::u16string_view prefix) {
+    const char16_t* digits = upper ? u"0123456789ABCDEF" : u"0123456789abcdef";
+    char16_t buffer[64];
+    int n = 0;
+    do {
+      buffer[n++] = digits[value % base];
+      value /= base;
+    } while (value != 0);
+    std::u16string body;
+    const int precision = spec.precision < 0 ? 1 : spec.precision;
+    if (precision == 0 && n == 1 && buffer[0] == u'0') n = 0;
+    body.append(n < precision ? precision - n : 0, u'0');
+    while (n > 0) body += buffer[--n];
+    Pad(spec, prefix, body, spec.zero && spec.precision < 0);
+  }
+
+  void Pad(const Spec& spec, std::u16string_view prefix, std::u16string_view body, bool zeroes) {
+    const size_t length = prefix.size() + body.size();
+    const size_t fill = static_cast<size_t>(spec.width) > length ? spec.width - length : 0;
+    if (spec.left) {
+      out_.append(prefix).append(body).append(fill, u' ');
+    } else if (zeroes) {
+      out_.append(prefix).append(fill, u'0').append(body);
+    } else {
+      out_.append(fill, u' ').append(prefix).append(body);
+    }
+  }
+
+  std::u16string_view format_;
+  const FormatArg* next_;
+  const FormatArg* end_;
+  std::u16string out_;
+};
+
+}  // namespace
+
+int64_t FormatArg::AsSigned() const {
+  switch (kind_) {
+    case Kind::Signed: return int_;
+    case Kind::Unsigned: return static_cast<int64_t>(uint_);
+    case Kind::Pointer: return static_cast<int64_t>(reinterpret_cast<uintptr_t>(ptr_));
+    default: return 0;
+  }
+}
+
+uint64_t FormatArg::AsUnsigned() const {
+  switch (kind_) {
+    case Kind::Signed: return static_cast<uint64_t>(int_);
+    case Kind::Unsigned: return uint_;
+    case Kind::Pointer: return reinterpret_cast<uintptr_t>(ptr_);
+    default: return 0;
+  }
+}
+
+std::u16string FormatArg::AsText() const {
+  switch (kind_) {
+    case Kind::Text16: return std::u16string(text16_);
+    case Kind::Text8: return ToUtf16(text8_);
+    case Kind::Signed: return ToText(int_);
+    default: return ToTextUnsigned(AsUnsigned());
+  }
+}
+
+std::u16string FormatStringV(std::u16string_view format, std::initializer_list<FormatArg> args) {
+  return Formatter(format, args).Run();
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "Common/ErrorHandling.h"
+#include "Common/Text.h"
+
+// Severities of the log, by number. A statement is written when its severity
+// is at least CRIT and at most the configured maximum.
+enum class Severity : int { NONE = 0, CRIT = 1, ERR = 2, WARN = 3, INFO = 4, DBG = 5, DBG2 = 6, DBG3 = 7 };
+
+// The name of a severity as it stands in the log and in the settings.
+std::u16string_view SeverityName(Severity severity);
+
+// A destination of finished log lines. Write never raises.
+class Logger {
+ public:
+  virtual ~Logger() = default;
+  virtual void Write(const char16_t* text, size_t length) = 0;
+};
+
+// One comparison when the severity is off; see LogManager for the refresh.
+bool IsLogEnabled(Severity severity);
+
+// Formats one line and hands it to `logger`, or to every registered logger.
+void Log(Severity severity, std::u16string_view text, const char* file, int line,
+         Logger* logger = nullptr);
+
+// The stream-like builder of a log statement's text.
+class LogMessage {
+ public:
+  LogMessage& operator<<(std::u16string_view text) {
+    text_ += text;
+    return *this;
+  }
+  LogMessage& operator<<(const char16_t* text) { return *this << std::u16string_view(text ? text : u"(null)"); }
+  LogMessage& operator<<(const std::u16string& text) { return *this << std::u16string_view(text); }
+  LogMessage& operator<<(std::string_view utf8) { return *this << std::u16string_view(ToUtf16(utf8)); }
+  LogMessage& operator<<(const char* utf8) { return *this << std::string_view(utf8 ? utf8 : "(null)"); }
+  LogMessage& operator<<(bool value) { return *this << (value ? u"true" : u"false"); }
+  template <typename T>
+    requires std::is_integral_v<T> && (!std::is_same_v<T, bool>) && (!std::is_same_v<T, char16_t>)
+  LogMessage& operator<<(T value) {
+    text_ += std::is_signed_v<T> ? ToText(static_cast<int64_t>(value))
+                                 : ToTextUnsigned(static_cast<uint64_t>(value));
+    return *this;
+  }
+  LogMessage& operator<<(const HRES& status) { return *this << FormatStatus(status, 0); }
+
+  const std::u16string& str() const { return text_; }
+
+ private:
+  std::u16string text_;
+};
+
+// Builds and writes one line if `severity` is on. Nothing is evaluated when it
+// is off, and a failure while building never escapes:
+//   VX_LOG(Severity::DBG, u"Current TOP:" << top << u" Set:" << top + expand);
+#define VX_LOG(severity, message)                                       \
+  do {                                                                  \
+    if (IsLogEnabled(severity)) {                                       \
+      LogMessage vxLogMessage_;                                         \
+      try {                                                             \
+        vxLogMessage_ << message;                                       \
+      } catch (...) {                                                   \
+        vxLogMessage_ << u"... (***EXCEPTION***)";                      \
+      }                                                                 \
+      Log(severity, vxLogMessage_.str(), __FILE__, __LINE__);           \
+    }                                                                   \
+  } while (0)
+
+// Registers a logger in one of four slots; false when all are taken.
+bool AddLogger(Logger* logger);
+
+// Sets the highest severity written.
+void SetMaxSeverity(Severity severity);

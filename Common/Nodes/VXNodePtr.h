@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Common/Guid.h"
+#include "Common/Nodes/VxnApi.h"
+
+// The owning handle of one node. Copying duplicates the handle, destruction
+// closes it; a null handle is a valid value meaning "no node".
+//
+// Typed readers and writers raise HRX with the node library's status on any
+// failure other than those named. A missing required attribute or child
+// raises 0x80070490 with a text that names it and the node. Readers with a
+// default give the default when the attribute is missing or has type 0.
+//
+// Not thread-safe: like the tree it points into, one thread at a time.
+class VXNodePtr {
+ public:
+  VXNodePtr() = default;
+  // Takes ownership of `handle`.
+  explicit VXNodePtr(HVXNODE handle) : handle_(handle) {}
+  VXNodePtr(const VXNodePtr& other);
+  VXNodePtr(VXNodePtr&& other) noexcept : handle_(other.Detach()) {}
+  VXNodePtr& operator=(const VXNodePtr& other);
+  VXNodePtr& operator=(VXNodePtr&& other) noexcept;
+  ~VXNodePtr();
+
+  // A new node without parent; an empty type or name is left absent.
+  static VXNodePtr Create(std::u16string_view type, std::u16string_view name = {});
+
+  HVXNODE get() const { return handle_; }
+  HVXNODE Detach() { return std::exchange(handle_, nullptr); }
+  explicit operator bool() const { return handle_ != nullptr; }
+  bool IsNull() const { return handle_ == nullptr; }
+
+  // Empty when absent.
+  std::u16string GetName() const;
+  std::u16string GetType() const;
+  std::u16string GetValue() const;
+  bool HasValue() const;
+  void SetName(std::u16string_view name) const;
+  void SetType(std::u16string_view type) const;
+  void SetValue(std::u16string_view value) const;
+
+  // "<type>" or "<type> '<name>'" or "'<name>'", for messages.
+  std::u16string Describe() const;
+
+  bool HasAttribute(std::u16string_view name) const;
+  // The stored type code, or none when the attribute is missing.
+  std::optional<uint32_t> GetAttributeType(std::u16string_view name) const;
+  std::vector<std::u16string> AttributeNames() const;
+  void DeleteAttribute(std::u16string_view name) const;
+
+  std::u16string GetString(std::u16string_view name) const;  // required
+  bool TryGetString(std::u16string_view name, std::u16string& out) const;
+  std::u16string GetString(std::u16string_view name, std::u16string_view defaultValue) const;
+  int32_t GetInt32(std::u16string_view name) const;  // required
+  int32_t GetInt32(std::u16string_view name, int32_t defaultValue) const;
+  uint32_t GetUInt32(std::u16string_view name) const;  // required
+  uint32_t GetUInt32(std::u16string_view name, uint32_t defaultValue) const;
+  int64_t GetInt64(std::u16string_view name, int64_t defaultValue) const;
+  bool GetBool(std::u16string_view name) const;  // required
+  bool GetBool(std::u16string_view name, bool defaultValue) const;
+  GUID GetGuid(std::u16string_view name) const;  // required
+  // A list of any element type, converted to text; missing gives an empty
+  // list, or raises 0x80070490 when `required`.
+  void GetStringList(std::u16string_view name, bool required, std::vector<std::u16string>& out) const;
+  std::vector<std::u16string> GetStringList(std::u16string_view name, bool required) const;
+
+  void SetString(std::u16string_view name, std::u16string_view value) const;
+  void SetInt32(std::u16string_view name, int32_t value) const;
+  void SetUInt32(std::u16string_view name, uint32_t value) const;
+  void SetInt64(std::u16string_view name, int64_t value) const;
+  void SetBool(std::u16string_view name, bool value) const;
+  void SetGuid(std::u16string_view name, const GUID& value) const;
+  void SetStringList(std::u16string_view name, const std::vector<std::u16string>& values) const;
+  // Raw access in the library's layout.
+  void SetAttribute(std::u16string_view name, uint32_t type, const void* data, uint32_t size) const;
+  // The value in the library's layout, converted to `type` unless 0.
+  std::vector<uint8_t> GetRaw(std::u16string_view name, uint32_t& type) const;
+
+  // The first child with that node name: null when missing and not
+  // `required`; with `required`, a missing child raises 0x80070490.
+  VXNodePtr GetChild(std::u16string_view name, bool required = false) const;
+  uint32_t ChildCount() const;
+  VXNodePtr ChildAt(uint32_t index) const;
+  VXNodePtr Parent() const;  // null at the root
+  void AddChild(const VXNodePtr& child) const;
+  void RemoveChild(const VXNodePtr& child) const;
+  static constexpr uint32_t kWholeTree = 0x7fffffff;
+  VXNodePtr Clone(uint32_t depth = kWholeTree) const;
+
+  // Walks the children by index, from 0 to the count read once at the start.
+  void ForEachChild(const std::function<void(const VXNodePtr&)>& function) const;
+
+  // Flag of CompareAttribute: compare strings as text, not as stored bytes.
+  static constexpr uint32_t kCompareAsText = 32;
+  // True if both nodes hold the attribute with equal type and value, or if
+  // neither holds it.
+  static bool CompareAttribute(std::u16string_view name, const VXNodePtr& first,
+                               const VXNodePtr& second, uint32_t flags);
+
+ private:
+  HVXNODE handle_ = nullptr;
+};

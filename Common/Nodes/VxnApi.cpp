@@ -1,0 +1,292 @@
+#include "Common/Nodes/VxnApi.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "Common/ErrorHandling.h"
+#include "Common/Nodes/VxnAttributeConversion.h"
+#include "Common/Nodes/VxnNode.h"
+
+namespace {
+
+void AddRef(VxnNode* node) { node->references.fetch_add(1, std::memory_order_relaxed); }
+
+void Release(VxnNode* node) {
+  if (node->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  for (VxnNode* child : node->children) {
+    child->parent = nullptr;
+    Release(child);
+  }
+  delete node;
+}
+
+std::optional<std::u16string> OptionalText(const char16_t* text) {
+  if (!text) return std::nullopt;
+  return std::u16string(text);
+}
+
+HRESULT GetText(const std::optional<std::u16string>& text, char16_t* buffer, uint32_t* size) {
+  if (!size) return E_POINTER;
+  if (!text) return E_NOTFOUND;
+  const uint32_t needed = static_cast<uint32_t>(text->size() + 1);
+  if (!buffer || *size < needed) {
+    *size = needed;
+    return E_INSUFFICIENT_BUFFER;
+  }
+  std::copy(text->begin(), text->end(), buffer);
+  buffer[text->size()] = 0;
+  *size = needed;
+  return S_OK;
+}
+
+VxnAttribute* FindAttribute(VxnNode* node, std::u16string_view name) {
+  for (auto& attribute : node->attributes) {
+    if (attribute.name == name) return &attribute;
+  }
+  return nullptr;
+}
+
+bool IsSelfOrAncestor(const VxnNode* candidate, const VxnNode* node) {
+  for (; node; node = node->parent) {
+    if (node == candidate) return true;
+  }
+  return false;
+}
+
+void Detach(VxnNode* parent, size_t index) {
+  VxnNode* child = parent->children[index];
+  parent->children.erase(parent->children.begin() + static_cast<ptrdiff_t>(index));
+  child->parent = nullptr;
+  Release(child);
+}
+
+VxnNode* CloneTree(const VxnNode* source, uint32_t depth) {
+  auto* copy = new VxnNode;
+  copy->type = source->type;
+  copy->name = source->name;
+  copy->value = source->value;
+  copy->attributes = source->attributes;
+  if (depth == 0) return copy;
+  copy->children.reserve(source->children.size());
+  for (const VxnNode* child : source->children) {
+    VxnNode* childCopy = CloneTree(child, depth - 1);
+    childCopy->parent = copy;
+    copy->children.push_back(childCopy);
+  }
+  return copy;
+}
+
+}  // namespace
+
+bool VxnIsKnownType(uint32_t type) {
+  switch (type & ~static_cast<uint32_t>(VXN_LIST)) {
+    case VXN_STRING: case VXN_INT32: case VXN_UINT32: case VXN_UINT64:
+    case VXN_INT64: case VXN_BOOL: case VXN_GUID:
+      return true;
+    case VXN_EMPTY:
+      return type == VXN_EMPTY;
+    default:
+      return false;
+  }
+}
+
+extern "C" {
+
+HRESULT VxnCreateNode(const char16_t* type, const char16_t* name, HVXNODE* node) {
+  if (!node) return E_POINTER;
+  *node = new VxnNode;
+  (*node)->type = OptionalText(type);
+  (*node)->name = OptionalText(name);
+  return S_OK;
+}
+
+HRESULT VxnCloseNodeHandle(HVXNODE node) {
+  if (!node) return E_INVALIDARG;
+  Release(node);
+  return S_OK;
+}
+
+HRESULT VxnDuplicateNodeHandle(HVXNODE node, HVXNODE* duplicate) {
+  if (!node || !duplicate) return E_INVALIDARG;
+  AddRef(node);
+  *duplicate = node;
+  return S_OK;
+}
+
+HRESULT VxnCloneNode(HVXNODE node, uint32_t depth, uint32_t flags, HVXNODE* clone) {
+  if (!node || !clone || flags != 0) return E_INVALIDARG;
+  *clone = CloneTree(node, depth);
+  return S_OK;
+}
+
+HRESULT VxnGetNodeName(HVXNODE node, char16_t* buffer, uint32_t* size) {
+  return node ? GetText(node->name, buffer, size) : E_INVALIDARG;
+}
+
+HRESULT VxnGetNodeType(HVXNODE node, char16_t* buffer, uint32_t* size) {
+  return node ? GetText(node->type, buffer, size) : E_INVALIDARG;
+}
+
+HRESULT VxnGetNodeValue(HVXNODE node, char16_t* buffer, uint32_t* size) {
+  return node ? GetText(node->value, buffer, size) : E_INVALIDARG;
+}
+
+HRESULT VxnSetNodeName(HVXNODE node, const char16_t* name) {
+  if (!node) return E_INVALIDARG;
+  node->name = OptionalText(name);
+  return S_OK;
+}
+
+HRESULT VxnSetNodeType(HVXNODE node, const char16_t* type) {
+  if (!node) return E_INVALIDARG;
+  node->type = OptionalText(type);
+  return S_OK;
+}
+
+HRESULT VxnSetNodeValue(HVXNODE node, const char16_t* value) {
+  if (!node) return E_INVALIDARG;
+  node->value = OptionalText(value);
+  return S_OK;
+}
+
+HRESULT VxnGetParent(HVXNODE node, HVXNODE* parent) {
+  if (!node || !parent) return E_INVALIDARG;
+  if (!node->parent) return E_NOTFOUND;
+  AddRef(node->parent);
+  *parent = node->parent;
+  return S_OK;
+}
+
+HRESULT VxnAddChild(HVXNODE parent, HVXNODE child) {
+  if (!parent || !child || IsSelfOrAncestor(child, parent)) return E_INVALIDARG;
+  AddRef(child);
+  if (VxnNode* old = child->parent) {
+    auto it = std::find(old->children.begin(), old->children.end(), child);
+    Detach(old, static_cast<size_t>(it - old->children.begin()));
+  }
+  child->parent = parent;
+  parent->children.push_back(child);
+  return S_OK;
+}
+
+HRESULT VxnRemoveChild(HVXNODE parent, HVXNODE child) {
+  if (!parent || !child) return E_INVALIDARG;
+  auto it = std::find(parent->children.begin(), parent->children.end(), child);
+  if (it == parent->children.end()) return E_NOTFOUND;
+  Detach(parent, static_cast<size_t>(it - parent->children.begin()));
+  return S_OK;
+}
+
+HRESULT VxnRemoveChildByIndex(HVXNODE parent, uint32_t index) {
+  if (!parent) return E_INVALIDARG;
+  if (index >= parent->children.size()) return E_NOTFOUND;
+  Detach(parent, index);
+  return S_OK;
+}
+
+HRESULT VxnGetChildCount(HVXNODE node, uint32_t* count) {
+  if (!node || !count) return E_INVALIDARG;
+  *count = static_cast<uint32_t>(node->children.size());
+  return S_OK;
+}
+
+HRESULT VxnGetChildByIndex(HVXNODE node, uint32_t index, HVXNODE* child) {
+  if (!node || !child) return E_INVALIDARG;
+  if (index >= node->children.size()) return E_NOTFOUND;
+  *child = node->children[index];
+  AddRef(*child);
+  return S_OK;
+}
+
+HRESULT VxnGetChildByName(HVXNODE node, const char16_t* name, HVXNODE* child) {
+  if (!node || !name || !child) return E_INVALIDARG;
+  const std::u16string_view wanted(name);
+  for (VxnNode* candidate : node->children) {
+    if (candidate->name && *candidate->name == wanted) {
+      AddRef(candidate);
+      *child = candidate;
+      return S_OK;
+    }
+  }
+  return E_NOTFOUND;
+}
+
+HRESULT VxnGetAttribute(HVXNODE node, const char16_t* name, uint32_t* type, void* buffer,
+                        uint32_t* size, uint32_t) {
+  if (!node || !name) return E_INVALIDARG;
+  const VxnAttribute* attribute = FindAttribute(node, name);
+  if (!attribute) return E_NOTFOUND;
+  if (!type && !buffer) {
+    if (size) *size = static_cast<uint32_t>(attribute->data.size());
+    return S_OK;
+  }
+  const uint32_t wanted = type && *type != VXN_EMPTY ? *type : attribute->type;
+  std::vector<uint8_t> converted;
+  const std::vector<uint8_t>* data = &attribute->data;
+  if (wanted != attribute->type) {
+    const HRESULT status = VxnConvertAttribute(attribute->type, attribute->data, wanted, converted);
+    if (Failed(status)) return status;
+    data = &converted;
+  }
+  if (type) *type = wanted;
+  if (!size) return buffer ? E_POINTER : S_OK;
+  const uint32_t needed = static_cast<uint32_t>(data->size());
+  if (!buffer) {
+    *size = needed;
+    return S_OK;
+  }
+  if (*size < needed) {
+    *size = needed;
+    return E_INSUFFICIENT_BUFFER;
+  }
+  if (needed) std::memcpy(buffer, data->data(), needed);
+  *size = needed;
+  return S_OK;
+}
+
+HRESULT VxnSetAttribute(HVXNODE node, const char16_t* name, uint32_t type, const void* data,
+                        uint32_t size) {
+  if (!node || !name || (!data && size) || !VxnIsKnownType(type)) return E_INVALIDARG;
+  const auto* bytes = static_cast<const uint8_t*>(data);
+  std::vector<uint8_t> value(bytes, bytes + size);
+  if (!VxnIsValidLayout(type, value)) return E_INVALIDARG;
+  VxnAttribute* attribute = FindAttribute(node, name);
+  if (!attribute) {
+    node->attributes.push_back({std::u16string(name), type, {}});
+    attribute = &node->attributes.back();
+  }
+  attribute->type = type;
+  attribute->data = std::move(value);
+  return S_OK;
+}
+
+HRESULT VxnDeleteAttribute(HVXNODE node, const char16_t* name, uint32_t) {
+  if (!node || !name) return E_INVALIDARG;
+  const std::u16string_view wanted(name);
+  auto it = std::find_if(node->attributes.begin(), node->attributes.end(),
+                         [&](const VxnAttribute& a) { return a.name == wanted; });
+  if (it == node->attributes.end()) return E_NOTFOUND;
+  node->attributes.erase(it);
+  return S_OK;
+}
+
+HRESULT VxnGetAttributeNames(HVXNODE node, char16_t* buffer, uint32_t* size) {
+  if (!node || !size) return E_INVALIDARG;
+  std::u16string list;
+  for (const auto& attribute : node->attributes) {
+    list += attribute.name;
+    list += u'\0';
+  }
+  if (!list.empty()) list += u'\0';
+  const uint32_t needed = static_cast<uint32_t>(list.size() * sizeof(char16_t));
+  if (!buffer || *size < needed) {
+    *size = needed;
+    return buffer || needed ? E_INSUFFICIENT_BUFFER : S_OK;
+  }
+  std::copy(list.begin(), list.end(), buffer);
+  *size = needed;
+  return S_OK;
+}
+
+}  // extern "C"

@@ -1,0 +1,29 @@
+#pragma once
+
+// The node library's own representation of a node. Only the library's
+// operations (VxnApi.cpp and the serialisation) see it.
+
+#include <atomic>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Common/Nodes/VxnApi.h"
+
+struct VxnAttribute {
+  std::u16string name;
+  uint32_t type = VXN_EMPTY;
+  std::vector<uint8_t> data;  // the value in the layout of its type code
+};
+
+struct VxnNode {
+  // Open handles plus one for the parent's hold.
+  std::atomic<uint32_t> references{1};
+  std::optional<std::u16string> type;
+  std::optional<std::u16string> name;
+  std::optional<std::u16string> value;
+  VxnNode* parent = nullptr;
+  std::vector<VxnNode*> children;  // each holds one reference
+  std::vector<VxnAttribute> attributes;
+};

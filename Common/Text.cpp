@@ -1,0 +1,114 @@
+#include "Common/Text.h"
+
+#include <charconv>
+
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+void AppendUtf8(std::string& out, char32_t cp) {
+  if (cp < 0x80) {
+    out += char(cp);
+  } else if (cp < 0x800) {
+    out += char(0xC0 | cp >> 6);
+    out += char(0x80 | (cp & 0x3F));
+  } else if (cp < 0x10000) {
+    out += char(0xE0 | cp >> 12);
+    out += char(0x80 | (cp >> 6 & 0x3F));
+    out += char(0x80 | (cp & 0x3F));
+  } else {
+    out += char(0xF0 | cp >> 18);
+    out += char(0x80 | (cp >> 12 & 0x3F));
+    out += char(0x80 | (cp >> 6 & 0x3F));
+    out += char(0x80 | (cp & 0x3F));
+  }
+}
+
+void AppendUtf16(std::u16string& out, char32_t cp) {
+  if (cp < 0x10000) {
+    out += char16_t(cp);
+  } else {
+    cp -= 0x10000;
+    out += char16_t(0xD800 | cp >> 10);
+    out += char16_t(0xDC00 | (cp & 0x3FF));
+  }
+}
+
+// Decodes one UTF-8 sequence at `pos`, advancing it; rejects overlong forms,
+// surrogates and values past U+10FFFF.
+char32_t DecodeUtf8(std::string_view s, size_t& pos) {
+  const unsigned char lead = s[pos++];
+  if (lead < 0x80) return lead;
+  int extra;
+  char32_t cp;
+  char32_t min;
+  if ((lead & 0xE0) == 0xC0) {
+    extra = 1, cp = lead & 0x1F, min = 0x80;
+  } else if ((lead & 0xF0) == 0xE0) {
+    extra = 2, cp = lead & 0x0F, min = 0x800;
+  } else if ((lead & 0xF8) == 0xF0) {
+    extra = 3, cp = lead & 0x07, min = 0x10000;
+  } else {
+    return kReplacement;
+  }
+  for (int i = 0; i < extra; ++i) {
+    if (pos >= s.size() || (static_cast<unsigned char>(s[pos]) & 0xC0) != 0x80) return kReplacement;
+    cp = cp << 6 | (static_cast<unsigned char>(s[pos++]) & 0x3F);
+  }
+  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return kReplacement;
+  return cp;
+}
+
+template <typename T>
+std::u16string NumberText(T value) {
+  char buffer[24];
+  auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
+  return std::u16string(buffer, end);
+}
+
+}  // namespace
+
+std::u16string ToUtf16(std::string_view utf8) {
+  std::u16string out;
+  out.reserve(utf8.size());
+  for (size_t pos = 0; pos < utf8.size();) AppendUtf16(out, DecodeUtf8(utf8, pos));
+  return out;
+}
+
+std::string ToUtf8(std::u16string_view utf16) {
+  std::string out;
+  out.reserve(utf16.size() + utf16.size() / 2);
+  for (size_t i = 0; i < utf16.size(); ++i) {
+    char32_t cp = utf16[i];
+    if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < utf16.size() && utf16[i + 1] >= 0xDC00 &&
+        utf16[i + 1] <= 0xDFFF) {
+      cp = 0x10000 + ((cp - 0xD800) << 10) + (utf16[++i] - 0xDC00);
+    } else if (cp >= 0xD800 && cp <= 0xDFFF) {
+      cp = kReplacement;
+    }
+    AppendUtf8(out, cp);
+  }
+  return out;
+}
+
+size_t ReplaceAll(std::u16string& text, std::u16string_view token, std::u16string_view replacement) {
+  if (token.empty()) return 0;
+  size_t pos = text.find(token);
+  if (pos == std::u16string::npos) return 0;
+  std::u16string out;
+  out.reserve(replacement.size() > token.size() ? text.size() + text.size() / 2 : text.size());
+  size_t start = 0;
+  size_t count = 0;
+  for (; pos != std::u16string::npos; pos = text.find(token, start)) {
+    out.append(text, start, pos - start);
+    out.append(replacement);
+    start = pos + token.size();
+    ++count;
+  }
+  out.append(text, start);
+  text.swap(out);
+  return count;
+}
+
+std::u16string ToText(int64_t value) { return NumberText(value); }
+std::u16string ToTextUnsigned(uint64_t value) { return NumberText(value); }
