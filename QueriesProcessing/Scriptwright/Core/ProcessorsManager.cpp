@@ -1,0 +1,39 @@
+#include "QueriesProcessing/Scriptwright/Core/ProcessorsManager.h"
+
+#include "Common/LogScope.h"
+#include "QueriesProcessing/Scriptwright/Core/ProcessorTable.h"
+
+namespace QueriesProcessing {
+
+CProcessorsManager& CProcessorsManager::Instance() {
+  // Function-local statics are made once under the runtime's own lock; the
+  // object is leaked on purpose so that no processor outlives its code at exit.
+  static CProcessorsManager* instance = new CProcessorsManager;
+  return *instance;
+}
+
+void CProcessorsManager::Initialize(const VXNodePtr& config) {
+  VX_LOG_SCOPE(Severity::DBG, "CProcessorsManager::Initialize");
+  processors_.clear();
+  for (const auto& row : ProcessorTable()) {
+    VXNodePtr child = config.GetChild(row.token);
+    if (!child) continue;
+    auto processor = row.create();
+    processors_[std::u16string(row.token)] = processor;
+    Check(processor->Initialize(child));
+  }
+}
+
+void CProcessorsManager::ProcessVariable(VXNodePtr& request, const VXNodePtr& variable,
+                                         std::u16string_view alias, std::u16string& text) {
+  auto processor = Find(alias);
+  if (!processor) Check(E_INVALIDARG);
+  Check(processor->ProcessNode(request, variable, text));
+}
+
+std::shared_ptr<IVariableProcessor> CProcessorsManager::Find(std::u16string_view alias) const {
+  auto it = processors_.find(std::u16string(alias));
+  return it == processors_.end() ? nullptr : it->second;
+}
+
+}  // namespace QueriesProcessing

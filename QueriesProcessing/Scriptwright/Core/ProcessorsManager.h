@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "QueriesProcessing/Scriptwright/Core/IVariableProcessor.h"
+
+namespace QueriesProcessing {
+
+// The registry of variable processors: one object per token that the
+// catalogue configures, dispatched by token.
+//
+// Initialize walks the token table in order; a token whose configuration
+// child (found by node name) is missing gets no processor. ProcessVariable
+// runs exactly the processor named; it never scans the text.
+//
+// No lock of its own: both operations run under the engine's lock.
+class CProcessorsManager {
+ public:
+  // The process-wide instance, made on first use, never destroyed.
+  static CProcessorsManager& Instance();
+
+  // Drops every processor and makes one for each configured token. Raises
+  // HRX with a processor's failing Initialize code; the processors made up
+  // to that point stay registered.
+  void Initialize(const VXNodePtr& config);
+
+  // Runs the processor of `alias` on `text`. Raises HRX 0x80070057 for an
+  // alias that has no processor, or with the processor's failing code.
+  void ProcessVariable(VXNodePtr& request, const VXNodePtr& variable, std::u16string_view alias,
+                       std::u16string& text);
+
+  // The processor registered for `alias`, or null.
+  std::shared_ptr<IVariableProcessor> Find(std::u16string_view alias) const;
+
+ private:
+  CProcessorsManager() = default;
+
+  std::unordered_map<std::u16string, std::shared_ptr<IVariableProcessor>> processors_;
+};
+
+}  // namespace QueriesProcessing
