@@ -1,7 +1,6 @@
 #include "QueriesProcessing/Scriptwright/Core/ProcessorsManager.h"
 
 #include "Common/LogScope.h"
-#include "QueriesProcessing/Scriptwright/Core/ProcessorTable.h"
 
 namespace QueriesProcessing {
 
@@ -12,10 +11,12 @@ CProcessorsManager& CProcessorsManager::Instance() {
   return *instance;
 }
 
-void CProcessorsManager::Initialize(const VXNodePtr& config) {
+void CProcessorsManager::Initialize(const VXNodePtr& config) { Initialize(config, ProcessorTable()); }
+
+void CProcessorsManager::Initialize(const VXNodePtr& config, const std::vector<ProcessorTableRow>& table) {
   VX_LOG_SCOPE(Severity::DBG, "CProcessorsManager::Initialize");
   processors_.clear();
-  for (const auto& row : ProcessorTable()) {
+  for (const auto& row : table) {
     VXNodePtr child = config.GetChild(row.token);
     if (!child) continue;
     auto processor = row.create();

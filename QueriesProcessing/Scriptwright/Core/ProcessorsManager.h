@@ -4,8 +4,10 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "QueriesProcessing/Scriptwright/Core/IVariableProcessor.h"
+#include "QueriesProcessing/Scriptwright/Core/ProcessorTable.h"
 
 namespace QueriesProcessing {
 
@@ -26,6 +28,8 @@ class CProcessorsManager {
   // HRX with a processor's failing Initialize code; the processors made up
   // to that point stay registered.
   void Initialize(const VXNodePtr& config);
+  // The same over another table; tests register processors of their own.
+  void Initialize(const VXNodePtr& config, const std::vector<ProcessorTableRow>& table);
 
   // Runs the processor of `alias` on `text`. Raises HRX 0x80070057 for an
   // alias that has no processor, or with the processor's failing code.
