@@ -17,6 +17,10 @@ TEST(ReplaceAllTest, ReplacesEveryOccurrenceWithoutRescanning) {
       {u"SELECT %TOP% * FROM t %TOP%", u"%TOP%", u"TOP 10", u"SELECT TOP 10 * FROM t TOP 10", 2},
       {u"%A%", u"%A%", u"", u"", 1},
       {u"%a%", u"%A%", u"x", u"%a%", 0},
+      // Units whose bytes look like '%' (0x25) must not confuse the scan.
+      {u"\u2525%X%\u0125%X\u2525", u"%X%", u"!", u"\u2525!\u0125%X\u2525", 1},
+      {u"\u0125\u2525", u"\u2525", u"#", u"\u0125#", 1},
+      {u"ab%X", u"%X%", u"!", u"ab%X", 0},
   };
   for (auto& c : cases) {
     std::u16string text = c.text;
