@@ -3,6 +3,10 @@
 #include <cstring>
 
 #include "Common/ErrorHandling.h"
+#include "Common/FormatString.h"
+#include "Common/Nodes/NodeDeserializer.h"
+#include "Common/Nodes/NodeDump.h"
+#include "Common/Nodes/NodeSerializer.h"
 #include "Common/Nodes/NodeTextReader.h"
 #include "Common/Nodes/NodeTextWriter.h"
 #include "Common/Text.h"
@@ -153,6 +157,68 @@ TEST(NodeTextTest, MissingFileNamesThePath) {
     EXPECT_EQ(failure.code(), E_FILE_NOT_FOUND);
     EXPECT_NE(ToUtf8(FormatStatus(failure)).find("/nonexistent/catalog.xml"), std::string::npos);
   }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(NodeSerializationTest, ContextsRoundTripInBatches) {
+  std::vector<VXNodePtr> nodes;
+  for (int i = 0; i < 23; ++i) {
+    VXNodePtr node = VXNodePtr::Create(u"Query");
+    node.SetInt32(u"Index", i);
+    nodes.push_back(node);
+  }
+  std::string text;
+  {
+    CNodeSerializer serializer(VXN_SERIALIZATION_TEXT, 0, [&](std::string_view bytes) { text += bytes; });
+    serializer.Serialize(nodes);
+    serializer.Finalize();
+  }
+  EXPECT_EQ(text, WriteNodeText(nodes, 0));
+  CNodeDeserializer deserializer(VXN_SERIALIZATION_TEXT, 0, text.data(), text.size());
+  const auto back = deserializer.ReadAll();
+  ASSERT_EQ(back.size(), 23u);
+  EXPECT_EQ(back[22].GetInt32(u"Index"), 22);
+
+  const std::string bad = "<nr><Q></nr>";
+  CNodeDeserializer broken(VXN_SERIALIZATION_TEXT, 0, bad.data(), bad.size());
+  try {
+    broken.ReadAll();
+    FAIL();
+  } catch (const HRX& failure) {
+    EXPECT_EQ(failure.code(), E_INVALID_DATA);
+    EXPECT_NE(ToUtf8(FormatStatus(failure)).find("<stream>:1:"), std::string::npos);
+  }
+  HVXNSERIALIZER context = nullptr;
+  EXPECT_EQ(VxnStartSerialization(0, 0, [](void*, const void*, uint32_t) { return S_OK; }, nullptr, &context),
+            E_INVALIDARG);
+}
+
+TEST(NodeDumpTest, CutsTheRootAndMasksHiddenAttributes) {
+  EXPECT_EQ(DumpNode(VXNodePtr(), NodeDumpMask()), u"VXNode[<null>]");
+
+  VXNodePtr request = VXNodePtr::Create(u"Query");
+  request.SetString(u"Password", u"secret");
+  VXNodePtr token = VXNodePtr::Create(u"Credentials");
+  token.SetUInt32(u"Token", 42);
+  token.SetString(u"Password", u"also secret");
+  request.AddChild(token);
+  const std::u16string handle = FormatString(u"VXNode[0x%p]:\r\n", static_cast<const void*>(request.get()));
+
+  struct Case {
+    std::u16string hidden;
+    std::string expected;
+  } cases[] = {
+      {u"", "  <Query Password=\"secret\">\n    <Credentials Token=\"u32:42\" Password=\"also secret\"/>\n  </Query>\n"},
+      {u" Password ;", "  <Query Password=\"********\">\n    <Credentials Token=\"u32:42\" Password=\"********\"/>\n"
+                       "  </Query>\n"},
+      {u"Credentials.Token,Other", "  <Query Password=\"secret\">\n    <Credentials Token=\"********\" "
+                                   "Password=\"also secret\"/>\n  </Query>\n"},
+  };
+  for (auto& c : cases) EXPECT_EQ(ToUtf8(DumpNode(request, NodeDumpMask(c.hidden))), ToUtf8(handle) + c.expected);
+  EXPECT_EQ(request.GetString(u"Password"), u"secret");  // the tree itself is untouched
 }
 
 }  // namespace
