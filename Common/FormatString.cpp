@@ -4,7 +4,7 @@
 
 namespace {
 
-struct Spec {
+struct Directive {
   bool left = false;
   bool zero = false;
   bool plus = false;
@@ -13,7 +13,7 @@ struct Spec {
   int width = 0;
   int precision = -1;
   bool wide = false;  // a 64-bit length modifier
-  char16_t conversion = 0;
+  char16_t letter = 0;
 };
 
 class Formatter {
@@ -29,44 +29,44 @@ class Formatter {
       const size_t percent = format_.find(u'%', pos);
       out_.append(format_.substr(pos, percent - pos));
       if (percent == std::u16string_view::npos) break;
-      pos = Directive(percent);
+      pos = FormatDirective(percent);
     }
     return std::move(out_);
   }
 
  private:
   // Formats the directive at `start` and returns the position behind it.
-  size_t Directive(size_t start) {
+  size_t FormatDirective(size_t start) {
     size_t pos = start + 1;
-    Spec spec;
-    if (!ParseSpec(pos, spec)) {
+    Directive directive;
+    if (!ParseDirective(pos, directive)) {
       out_.append(format_.substr(start, pos - start));
       return pos;
     }
-    Emit(spec);
+    Emit(directive);
     return pos;
   }
 
-  bool ParseSpec(size_t& pos, Spec& spec) {
+  bool ParseDirective(size_t& pos, Directive& directive) {
     for (; pos < format_.size(); ++pos) {
       const char16_t c = format_[pos];
-      if (c == u'-') spec.left = true;
-      else if (c == u'0') spec.zero = true;
-      else if (c == u'+') spec.plus = true;
-      else if (c == u' ') spec.space = true;
-      else if (c == u'#') spec.alternate = true;
+      if (c == u'-') directive.left = true;
+      else if (c == u'0') directive.zero = true;
+      else if (c == u'+') directive.plus = true;
+      else if (c == u' ') directive.space = true;
+      else if (c == u'#') directive.alternate = true;
       else break;
     }
-    spec.width = ReadNumber(pos, spec.left);
+    directive.width = ReadNumber(pos, directive.left);
     if (pos < format_.size() && format_[pos] == u'.') {
       ++pos;
       bool ignored = false;
-      spec.precision = ReadNumber(pos, ignored);
-      if (spec.precision < 0) spec.precision = -1;
+      directive.precision = ReadNumber(pos, ignored);
+      if (directive.precision < 0) directive.precision = -1;
     }
-    ReadLength(pos, spec);
+    ReadLength(pos, directive);
     if (pos >= format_.size()) return false;
-    spec.conversion = format_[pos++];
+    directive.letter = format_[pos++];
     return true;
   }
 
@@ -88,14 +88,14 @@ class Formatter {
     return value;
   }
 
-  void ReadLength(size_t& pos, Spec& spec) {
+  void ReadLength(size_t& pos, Directive& directive) {
     const auto rest = format_.substr(pos);
     if (rest.starts_with(u"I64")) {
-      spec.wide = true, pos += 3;
+      directive.wide = true, pos += 3;
     } else if (rest.starts_with(u"ll")) {
-      spec.wide = true, pos += 2;
+      directive.wide = true, pos += 2;
     } else if (rest.starts_with(u"z") || rest.starts_with(u"j")) {
-      spec.wide = true, pos += 1;
+      directive.wide = true, pos += 1;
     } else if (rest.starts_with(u"h") || rest.starts_with(u"l") || rest.starts_with(u"w")) {
       pos += rest.starts_with(u"hh") ? 2 : 1;
     }
@@ -106,59 +106,59 @@ class Formatter {
     return next_++;
   }
 
-  void Emit(const Spec& spec) {
-    switch (spec.conversion) {
+  void Emit(const Directive& directive) {
+    switch (directive.letter) {
       case u'%': out_ += u'%'; return;
-      case u'd': case u'i': return Signed(spec);
-      case u'u': return Digits(spec, Unsigned(spec), 10, false, u"");
-      case u'x': return Digits(spec, Unsigned(spec), 16, false, spec.alternate ? u"0x" : u"");
-      case u'X': return Digits(spec, Unsigned(spec), 16, true, spec.alternate ? u"0X" : u"");
-      case u'o': return Digits(spec, Unsigned(spec), 8, false, u"");
-      case u'p': return Pointer(spec);
-      case u'c': return Character(spec);
-      case u's': case u'S': return Text(spec);
-      default: out_ += u'%'; out_ += spec.conversion; return;
+      case u'd': case u'i': return Signed(directive);
+      case u'u': return Digits(directive, Unsigned(directive), 10, false, u"");
+      case u'x': return Digits(directive, Unsigned(directive), 16, false, directive.alternate ? u"0x" : u"");
+      case u'X': return Digits(directive, Unsigned(directive), 16, true, directive.alternate ? u"0X" : u"");
+      case u'o': return Digits(directive, Unsigned(directive), 8, false, u"");
+      case u'p': return Pointer(directive);
+      case u'c': return Character(directive);
+      case u's': case u'S': return Text(directive);
+      default: out_ += u'%'; out_ += directive.letter; return;
     }
   }
 
-  uint64_t Unsigned(const Spec& spec) {
+  uint64_t Unsigned(const Directive& directive) {
     const FormatArg* arg = NextArg();
     const uint64_t value = arg ? arg->AsUnsigned() : 0;
-    return spec.wide ? value : static_cast<uint32_t>(value);
+    return directive.wide ? value : static_cast<uint32_t>(value);
   }
 
-  void Signed(const Spec& spec) {
+  void Signed(const Directive& directive) {
     const FormatArg* arg = NextArg();
     int64_t value = arg ? arg->AsSigned() : 0;
-    if (!spec.wide) value = static_cast<int32_t>(value);
+    if (!directive.wide) value = static_cast<int32_t>(value);
     const uint64_t magnitude = value < 0 ? 0 - static_cast<uint64_t>(value) : value;
-    const char16_t* sign = value < 0 ? u"-" : spec.plus ? u"+" : spec.space ? u" " : u"";
-    Digits(spec, magnitude, 10, false, sign);
+    const char16_t* sign = value < 0 ? u"-" : directive.plus ? u"+" : directive.space ? u" " : u"";
+    Digits(directive, magnitude, 10, false, sign);
   }
 
-  void Pointer(const Spec& spec) {
+  void Pointer(const Directive& directive) {
     const FormatArg* arg = NextArg();
-    Spec fixed = spec;
+    Directive fixed = directive;
     fixed.precision = 16;
     Digits(fixed, arg ? arg->AsUnsigned() : 0, 16, true, u"");
   }
 
-  void Character(const Spec& spec) {
+  void Character(const Directive& directive) {
     const FormatArg* arg = NextArg();
     const std::u16string text(1, static_cast<char16_t>(arg ? arg->AsUnsigned() : 0));
-    Pad(spec, u"", text, false);
+    Pad(directive, u"", text, false);
   }
 
-  void Text(const Spec& spec) {
+  void Text(const Directive& directive) {
     const FormatArg* arg = NextArg();
     std::u16string text = arg ? arg->AsText() : std::u16string(u"(null)");
-    if (spec.precision >= 0 && static_cast<size_t>(spec.precision) < text.size()) {
-      text.resize(spec.precision);
+    if (directive.precision >= 0 && static_cast<size_t>(directive.precision) < text.size()) {
+      text.resize(directive.precision);
     }
-    Pad(spec, u"", text, false);
+    Pad(directive, u"", text, false);
   }
 
-  void Digits(const Spec& spec, uint64_t value, unsigned base, bool upper, std::u16string_view prefix) {
+  void Digits(const Directive& directive, uint64_t value, unsigned base, bool upper, std::u16string_view prefix) {
     const char16_t* digits = upper ? u"0123456789ABCDEF" : u"0123456789abcdef";
     char16_t buffer[64];
     int n = 0;
@@ -167,17 +167,17 @@ class Formatter {
       value /= base;
     } while (value != 0);
     std::u16string body;
-    const int precision = spec.precision < 0 ? 1 : spec.precision;
+    const int precision = directive.precision < 0 ? 1 : directive.precision;
     if (precision == 0 && n == 1 && buffer[0] == u'0') n = 0;
     body.append(n < precision ? precision - n : 0, u'0');
     while (n > 0) body += buffer[--n];
-    Pad(spec, prefix, body, spec.zero && spec.precision < 0);
+    Pad(directive, prefix, body, directive.zero && directive.precision < 0);
   }
 
-  void Pad(const Spec& spec, std::u16string_view prefix, std::u16string_view body, bool zeroes) {
+  void Pad(const Directive& directive, std::u16string_view prefix, std::u16string_view body, bool zeroes) {
     const size_t length = prefix.size() + body.size();
-    const size_t fill = static_cast<size_t>(spec.width) > length ? spec.width - length : 0;
-    if (spec.left) {
+    const size_t fill = static_cast<size_t>(directive.width) > length ? directive.width - length : 0;
+    if (directive.left) {
       out_.append(prefix).append(body).append(fill, u' ');
     } else if (zeroes) {
       out_.append(prefix).append(fill, u'0').append(body);
