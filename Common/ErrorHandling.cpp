@@ -3,16 +3,22 @@
 #include <execinfo.h>
 
 #include <algorithm>
+#include <optional>
+#include <vector>
 #include <unordered_map>
 #include <utility>
 
 #include "Common/FormatString.h"
+#include "Common/MessageCache.h"
+#include "Common/MessageModule.h"
+#include "Common/MessageModules.h"
 
 namespace {
 
 thread_local std::shared_ptr<ErrorInfo> tPendingErrorInfo;
 
-const std::unordered_map<uint32_t, std::u16string_view>& DescriptionTable() {
+// The system's texts of the codes this library meets.
+const std::unordered_map<uint32_t, std::u16string_view>& SystemTexts() {
   static const std::unordered_map<uint32_t, std::u16string_view> table = {
       {0x80070057, u"The parameter is incorrect."},
       {0x80070490, u"Element not found."},
@@ -20,16 +26,40 @@ const std::unordered_map<uint32_t, std::u16string_view>& DescriptionTable() {
       {0x80004005, u"Unspecified error"},
       {0x80004002, u"No such interface supported"},
       {0x80004003, u"Invalid pointer"},
+      {0x80004004, u"Operation aborted"},
       {0x8007000E, u"Not enough memory resources are available to complete this operation."},
       {0x8007007A, u"The data area passed to a system call is too small."},
       {0x8007000D, u"The data is invalid."},
       {0x80070002, u"The system cannot find the file specified."},
       {0x80040154, u"Class not registered"},
-      {0x80040C0E, u"The group condition is not valid."},
-      {0x80047F01, u"The group membership tables manager is not available."},
-      {0x80047F03, u"The component is shutting down."},
   };
   return table;
+}
+
+std::optional<std::u16string> SystemText(uint32_t id) {
+  const auto& table = SystemTexts();
+  auto it = table.find(id);
+  if (it == table.end() && id <= 0xFFFF) it = table.find(static_cast<uint32_t>(HresultFromWin32(static_cast<int32_t>(id))));
+  if (it == table.end()) return std::nullopt;
+  return std::u16string(it->second);
+}
+
+std::optional<std::u16string> LookUp(uint32_t code) {
+  const auto& modules = MessageModules::Instance();
+  if (code >= 0x80040200 && code < 0x80050000) {
+    for (const auto& module : modules.primary()) {
+      if (auto text = module->Find(code)) return text;
+    }
+  }
+  std::vector<uint32_t> ids = {code};
+  if (((code >> 16) & 0x1FFF) == 7) ids.push_back(code & 0xFFFF);
+  for (uint32_t id : ids) {
+    if (auto text = SystemText(id)) return text;
+    for (const auto& module : modules.fallback()) {
+      if (auto text = module->Find(id)) return text;
+    }
+  }
+  return std::nullopt;
 }
 
 std::u16string TrimEnd(std::u16string_view text) {
@@ -80,10 +110,13 @@ HRESULT HRX::Report() const {
   return code();
 }
 
-std::u16string GetDescription(HRESULT code) {
-  const auto& table = DescriptionTable();
-  auto it = table.find(static_cast<uint32_t>(code));
-  return TrimEnd(it == table.end() ? u"<no description>" : it->second);
+std::u16string GetDescription(HRESULT code, const MessageModule* module) {
+  const auto key = static_cast<uint32_t>(code);
+  if (module) return TrimEnd(module->Find(key).value_or(u"<no description>"));
+  if (auto cached = MessageCache::Instance().Find(key)) return *cached;
+  const std::u16string text = TrimEnd(LookUp(key).value_or(u"<no description>"));
+  MessageCache::Instance().Store(key, text);
+  return text;
 }
 
 std::u16string FormatStatus(const HRES& status, uint32_t flags) {

@@ -58,6 +58,8 @@ class HRES {
   HRES() = default;
   HRES(HRESULT code);  // NOLINT: the status reads as a value
   HRES& operator=(HRESULT code);
+  // A status that does not raise, for reporting a code.
+  static HRES Quiet(HRESULT code) { return HRES(code, NoRaise{}); }
 
   HRESULT code() const { return code_; }
   operator HRESULT() const { return code_; }  // NOLINT
@@ -93,8 +95,14 @@ class HRX : public HRES {
 // Raises HRX with `code` unless it is a success.
 inline void Check(HRESULT code) { HRES status(code); }
 
-// The text of a code: the built-in table, then "<no description>".
-std::u16string GetDescription(HRESULT code);
+class MessageModule;
+
+// The text of a code, trimmed of trailing " .\r\n": codes 0x80040200 to
+// 0x8004FFFF from the message files, others from the system's texts and then
+// the fallback message files (for 0x8007xxxx also by the Win32 code), else
+// "<no description>". Without a module the answer is cached; with one, only
+// that module is asked.
+std::u16string GetDescription(HRESULT code, const MessageModule* module = nullptr);
 
 // Flags of FormatStatus: leave out the code, the description, the location.
 enum FormatStatusFlags : uint32_t {

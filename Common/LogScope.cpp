@@ -6,9 +6,18 @@ namespace {
 
 thread_local int tIndent = 0;
 
+// Milliseconds with three decimals and a blank between groups of thousands:
+// "1 234.567".
 std::u16string ElapsedText(std::chrono::steady_clock::duration elapsed) {
   const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
-  return FormatString(u"%I64d.%03I64d", micros / 1000, micros % 1000);
+  const std::u16string whole = FormatString(u"%I64d", micros / 1000);
+  std::u16string grouped;
+  grouped.reserve(whole.size() + whole.size() / 3 + 4);
+  for (size_t i = 0; i < whole.size(); ++i) {
+    if (i > 0 && (whole.size() - i) % 3 == 0) grouped += u' ';
+    grouped += whole[i];
+  }
+  return grouped + FormatString(u".%03I64d", micros % 1000);
 }
 
 }  // namespace

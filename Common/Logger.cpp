@@ -1,23 +1,8 @@
 #include "Common/Logger.h"
 
-#include <array>
-#include <atomic>
+#include <cstdio>
 
-namespace {
-
-// The process-wide registry of loggers and the severity limit.
-struct LogState {
-  std::array<std::atomic<Logger*>, 4> slots{};
-  std::atomic<int> maxSeverity{static_cast<int>(Severity::DBG)};
-  std::atomic<bool> any{false};
-};
-
-LogState& State() {
-  static LogState state;
-  return state;
-}
-
-}  // namespace
+#include "Common/LogManager.h"
 
 std::u16string_view SeverityName(Severity severity) {
   static constexpr std::u16string_view kNames[] = {u"NONE", u"CRIT", u"ERR",  u"WARN",
@@ -26,36 +11,27 @@ std::u16string_view SeverityName(Severity severity) {
   return index >= 0 && index < 8 ? kNames[index] : u"";
 }
 
-bool IsLogEnabled(Severity severity) {
-  const int value = static_cast<int>(severity);
-  auto& state = State();
-  return value >= 1 && value <= state.maxSeverity.load(std::memory_order_relaxed) &&
-         state.any.load(std::memory_order_relaxed);
-}
-
-void Log(Severity severity, std::u16string_view text, const char*, int, Logger* logger) {
-  std::u16string line;
-  line.reserve(text.size() + 8);
-  line.append(SeverityName(severity)).append(u" | ").append(text).append(u"\r\n");
-  if (logger) {
-    logger->Write(line.data(), line.size());
-    return;
-  }
-  for (auto& slot : State().slots) {
-    if (Logger* target = slot.load()) target->Write(line.data(), line.size());
-  }
-}
-
-bool AddLogger(Logger* logger) {
-  auto& state = State();
-  for (auto& slot : state.slots) {
-    Logger* expected = nullptr;
-    if (slot.compare_exchange_strong(expected, logger)) {
-      state.any = true;
+bool ParseSeverity(std::u16string_view name, Severity& severity) {
+  for (int i = 0; i < 8; ++i) {
+    if (SeverityName(static_cast<Severity>(i)) == name) {
+      severity = static_cast<Severity>(i);
       return true;
     }
   }
   return false;
 }
 
-void SetMaxSeverity(Severity severity) { State().maxSeverity = static_cast<int>(severity); }
+bool IsLogEnabled(Severity severity) { return LogManager::Instance().IsEnabled(severity); }
+
+void Log(Severity severity, std::u16string_view text, const char* file, int line, Logger* logger) {
+  LogManager::Instance().Log(severity, text, file, line, logger);
+}
+
+bool AddLogger(Logger* logger) { return LogManager::Instance().AddLogger(logger); }
+
+void SetMaxSeverity(Severity severity) { LogManager::Instance().SetMaxSeverityOverride(severity); }
+
+void DebugOutput(std::u16string_view text) {
+  const std::string line = ToUtf8(text) + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}

@@ -23,7 +23,8 @@ class Logger {
   virtual void Write(const char16_t* text, size_t length) = 0;
 };
 
-// One comparison when the severity is off; see LogManager for the refresh.
+// True when `severity` is written: at least CRIT and at most the current
+// maximum. Looking at the maximum refreshes the log settings every 5 seconds.
 bool IsLogEnabled(Severity severity);
 
 // Formats one line and hands it to `logger`, or to every registered logger.
@@ -73,8 +74,17 @@ class LogMessage {
     }                                                                   \
   } while (0)
 
-// Registers a logger in one of four slots; false when all are taken.
+// Registers a logger of the process in one of four slots; false when all are
+// taken. The logger must live until the process ends.
 bool AddLogger(Logger* logger);
 
-// Sets the highest severity written.
+// Sets the highest severity written, in place of the `MaxSeverity` setting
+// (a host's command-line choice); NONE turns everything off.
 void SetMaxSeverity(Severity severity);
+
+// The severity of a name ("NONE" ... "DBG3"); false for another text.
+bool ParseSeverity(std::u16string_view name, Severity& severity);
+
+// Writes a message of the logging machinery itself to standard error (the
+// stand-in for the debugger's output): `text` and a line break.
+void DebugOutput(std::u16string_view text);

@@ -1,0 +1,108 @@
+#include "Common/LogManager.h"
+
+#include <chrono>
+#include <filesystem>
+
+#include "Common/FileLogger.h"
+#include "Common/Helpers/SettingsSources.h"
+#include "Common/LogLine.h"
+#include "Common/LogScope.h"
+
+namespace {
+
+constexpr int64_t kRefreshIntervalMs = 5000;
+
+int64_t SteadyMilliseconds() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+uint32_t ReadNumber(std::u16string_view key, uint32_t defaultValue) {
+  const std::string text = ToUtf8(ReadSettingOrDefault(u"Logger", key, u""));
+  char* end = nullptr;
+  const unsigned long value = std::strtoul(text.c_str(), &end, 10);
+  return text.empty() || *end ? defaultValue : static_cast<uint32_t>(value);
+}
+
+}  // namespace
+
+LogManager& LogManager::Instance() {
+  // Made once and never destroyed: code that runs during exit may still log.
+  static LogManager* instance = [] {
+    auto* manager = new LogManager;
+    manager->AddLogger(new FileLogger(*manager));
+    return manager;
+  }();
+  return *instance;
+}
+
+bool LogManager::AddLogger(Logger* logger) {
+  for (auto& slot : slots_) {
+    Logger* expected = nullptr;
+    if (slot.compare_exchange_strong(expected, logger)) return true;
+  }
+  DebugOutput(u"LogManager: Too many loggers");
+  return false;
+}
+
+bool LogManager::IsEnabled(Severity severity) {
+  const int value = static_cast<int>(severity);
+  if (value < 1) return false;
+  // Reading a clock costs more than the rest of a disabled statement, so a
+  // thread looks at it on every 256th call only.
+  thread_local uint32_t callsUntilClock = 0;
+  if (callsUntilClock-- == 0 || ticks_ || !refreshed_.load(std::memory_order_relaxed)) {
+    callsUntilClock = 255;
+    const int64_t now = ticks_ ? ticks_() : SteadyMilliseconds();
+    if (!refreshed_.load(std::memory_order_relaxed) ||
+        now - lastRefresh_.load(std::memory_order_relaxed) > kRefreshIntervalMs) {
+      Refresh();
+    }
+  }
+  return value <= maxSeverity_.load(std::memory_order_relaxed);
+}
+
+void LogManager::SetMaxSeverityOverride(Severity severity) {
+  override_ = static_cast<int>(severity);
+  maxSeverity_ = static_cast<int>(severity);
+}
+
+void LogManager::Refresh() {
+  // Mark first, so that logging from the settings code itself cannot recurse.
+  lastRefresh_ = ticks_ ? ticks_() : SteadyMilliseconds();
+  refreshed_ = true;
+  Severity severity = Severity::DBG;
+  ParseSeverity(ReadSettingOrDefault(u"Logger", u"MaxSeverity", u"DBG"), severity);
+  maxSeverity_ = override_ >= 0 ? override_.load() : static_cast<int>(severity);
+  sizeThresholdMB_ = ReadNumber(u"LogFileSizeThresholdMB", 1024);
+  keepOpenMs_ = ReadNumber(u"KeepOpenInterval", 5000);
+
+  std::u16string path = ReadSettingOrDefault(u"Logger", u"Path", u"Logs");
+  for (char16_t& c : path) {
+    if (c == u'\\') c = u'/';
+  }
+  if (path.empty() || path.front() != u'/') path = GetDataDirectory() + u"/" + path;
+  if (path.back() != u'/') path += u'/';
+  std::lock_guard guard(directoryLock_);
+  if (path == directory_) return;
+  directory_ = path;
+  std::error_code ignored;
+  std::filesystem::create_directories(ToUtf8(path), ignored);
+}
+
+std::u16string LogManager::Directory() {
+  std::lock_guard guard(directoryLock_);
+  return directory_;
+}
+
+void LogManager::Log(Severity severity, std::u16string_view text, const char* file, int line, Logger* logger) {
+  const std::u16string formatted = FormatLogLine(CurrentLogLineFields(
+      severity, file ? file : "", static_cast<unsigned>(line), LogScope::ThreadIndent(), text));
+  if (logger) {
+    logger->Write(formatted.data(), formatted.size());
+    return;
+  }
+  for (auto& slot : slots_) {
+    if (Logger* target = slot.load()) target->Write(formatted.data(), formatted.size());
+  }
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+#include "Common/Logger.h"
+
+// The process's log: up to four loggers and the settings of section
+// "Logger", which are looked at anew at most every 5 seconds:
+//
+//   MaxSeverity             NONE ... DBG3, default DBG (an unknown name keeps it)
+//   Path                    log directory, default "Logs"; relative paths lie
+//                           below the data directory
+//   LogFileSizeThresholdMB  a file this big is no longer written; 0: no limit (1024)
+//   KeepOpenInterval        ms a file stays open for reuse; 0: open per line (5000)
+//
+// The process's manager starts with one FileLogger, named after the module.
+// Thread-safe; IsEnabled reads atomics only, apart from the refresh.
+class LogManager {
+ public:
+  static LogManager& Instance();
+
+  // A manager with no logger; tests make their own.
+  LogManager() = default;
+
+  bool AddLogger(Logger* logger);
+  bool IsEnabled(Severity severity);
+  void Log(Severity severity, std::u16string_view text, const char* file, int line, Logger* logger);
+  void SetMaxSeverityOverride(Severity severity);
+
+  // The directory for relative log file names, with a trailing '/'.
+  std::u16string Directory();
+  uint32_t SizeThresholdMB() const { return sizeThresholdMB_.load(std::memory_order_relaxed); }
+  uint32_t KeepOpenIntervalMs() const { return keepOpenMs_.load(std::memory_order_relaxed); }
+
+  // A clock of milliseconds for the refresh; tests step it by hand.
+  using TickSource = int64_t (*)();
+  void SetTickSource(TickSource ticks) { ticks_ = ticks; }
+  // Looks at the settings now.
+  void Refresh();
+
+ private:
+  std::array<std::atomic<Logger*>, 4> slots_{};
+  std::atomic<int> maxSeverity_{static_cast<int>(Severity::DBG)};
+  std::atomic<int> override_{-1};
+  std::atomic<bool> refreshed_{false};
+  std::atomic<int64_t> lastRefresh_{0};
+  std::atomic<uint32_t> sizeThresholdMB_{1024};
+  std::atomic<uint32_t> keepOpenMs_{5000};
+  std::mutex directoryLock_;
+  std::u16string directory_;  // guarded by directoryLock_
+  TickSource ticks_ = nullptr;
+};
