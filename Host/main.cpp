@@ -4,6 +4,8 @@
 
 #include <iostream>
 
+#include "Common/Logger.h"
+#include "Common/StderrLogger.h"
 #include "Host/PrepareJob.h"
 
 int main(int argc, char** argv) {
@@ -18,6 +20,15 @@ int main(int argc, char** argv) {
   prepareCommand->add_option("requests", prepare.requests, "Request files (node text form)")->required();
   prepareCommand->add_flag("--xml", prepare.xml, "Print the prepared request trees in the node text form");
 
+  std::string logLevel;
+  bool logToStderr = false;
+  app.add_option("--log-level", logLevel, "Highest severity written to the log, in place of the settings")
+      ->check(CLI::IsMember({"NONE", "CRIT", "ERR", "WARN", "INFO", "DBG", "DBG2", "DBG3"}));
+  app.add_flag("--log-stderr", logToStderr, "Also write the log lines to standard error");
+
   CLI11_PARSE(app, argc, argv);
+  Severity severity;
+  if (!logLevel.empty() && ParseSeverity(ToUtf16(logLevel), severity)) SetMaxSeverity(severity);
+  if (logToStderr) AddLogger(new StderrLogger);  // lives as long as the process
   return RunPrepareJob(prepare, std::cout, std::cerr);
 }
