@@ -21,5 +21,5 @@ std::u16string DumpNode(const VXNodePtr& node, const NodeDumpMask& mask) {
 }
 
 LogMessage& operator<<(LogMessage& message, const VXNodePtr& node) {
-  return message << DumpNode(node, NodeDumpMask());
+  return message << DumpNode(node, NodeDumpMask::FromSettings(u""));
 }

@@ -11,6 +11,7 @@
 // its <nr> root, hidden attributes masked.
 std::u16string DumpNode(const VXNodePtr& node, const NodeDumpMask& mask);
 
-// Dumps a node into a log statement with the mask of the log settings:
+// Dumps a node into a log statement, hiding the attributes that the setting
+// `HiddenNodeTypeAttrs` of section "Logger" lists:
 //   VX_LOG(Severity::DBG, u"Request: " << request);
 LogMessage& operator<<(LogMessage& message, const VXNodePtr& node);

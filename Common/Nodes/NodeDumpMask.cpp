@@ -1,5 +1,7 @@
 #include "Common/Nodes/NodeDumpMask.h"
 
+#include "Common/Helpers/SettingsSources.h"
+
 namespace {
 
 std::u16string_view Trim(std::u16string_view text) {
@@ -12,6 +14,12 @@ std::u16string_view Trim(std::u16string_view text) {
 }  // namespace
 
 NodeDumpMask::NodeDumpMask(std::u16string_view hiddenList) { Merge(hiddenList); }
+
+NodeDumpMask NodeDumpMask::FromSettings(std::u16string_view callerList) {
+  NodeDumpMask mask(ReadSettingOrDefault(u"Logger", u"HiddenNodeTypeAttrs", u""));
+  mask.Merge(callerList);
+  return mask;
+}
 
 void NodeDumpMask::Merge(std::u16string_view hiddenList) {
   while (!hiddenList.empty()) {

@@ -18,6 +18,10 @@ class NodeDumpMask {
   NodeDumpMask() = default;
   explicit NodeDumpMask(std::u16string_view hiddenList);
 
+  // The entries of the setting `HiddenNodeTypeAttrs` (section "Logger"), read
+  // now, merged with `callerList`. Log dumps use this.
+  static NodeDumpMask FromSettings(std::u16string_view callerList);
+
   // Adds the entries of another list.
   void Merge(std::u16string_view hiddenList);
   bool Empty() const { return entries_.empty(); }
