@@ -30,6 +30,7 @@ LogManager& LogManager::Instance() {
   // Made once and never destroyed: code that runs during exit may still log.
   static LogManager* instance = [] {
     auto* manager = new LogManager;
+    manager->publishes_ = true;
     manager->AddLogger(new FileLogger(*manager));
     return manager;
   }();
@@ -48,23 +49,22 @@ bool LogManager::AddLogger(Logger* logger) {
 bool LogManager::IsEnabled(Severity severity) {
   const int value = static_cast<int>(severity);
   if (value < 1) return false;
-  // Reading a clock costs more than the rest of a disabled statement, so a
-  // thread looks at it on every 256th call only.
-  thread_local uint32_t callsUntilClock = 0;
-  if (callsUntilClock-- == 0 || ticks_ || !refreshed_.load(std::memory_order_relaxed)) {
-    callsUntilClock = 255;
-    const int64_t now = ticks_ ? ticks_() : SteadyMilliseconds();
-    if (!refreshed_.load(std::memory_order_relaxed) ||
-        now - lastRefresh_.load(std::memory_order_relaxed) > kRefreshIntervalMs) {
-      Refresh();
-    }
+  const int64_t now = ticks_ ? ticks_() : SteadyMilliseconds();
+  if (!refreshed_.load(std::memory_order_relaxed) ||
+      now - lastRefresh_.load(std::memory_order_relaxed) > kRefreshIntervalMs) {
+    Refresh();
   }
   return value <= maxSeverity_.load(std::memory_order_relaxed);
 }
 
 void LogManager::SetMaxSeverityOverride(Severity severity) {
   override_ = static_cast<int>(severity);
-  maxSeverity_ = static_cast<int>(severity);
+  SetMaxSeverity(static_cast<int>(severity));
+}
+
+void LogManager::SetMaxSeverity(int severity) {
+  maxSeverity_ = severity;
+  if (publishes_) LogDetail::maxSeverity = severity;
 }
 
 void LogManager::Refresh() {
@@ -73,7 +73,7 @@ void LogManager::Refresh() {
   refreshed_ = true;
   Severity severity = Severity::DBG;
   ParseSeverity(ReadSettingOrDefault(u"Logger", u"MaxSeverity", u"DBG"), severity);
-  maxSeverity_ = override_ >= 0 ? override_.load() : static_cast<int>(severity);
+  SetMaxSeverity(override_ >= 0 ? override_.load() : static_cast<int>(severity));
   sizeThresholdMB_ = ReadNumber(u"LogFileSizeThresholdMB", 1024);
   keepOpenMs_ = ReadNumber(u"KeepOpenInterval", 5000);
 

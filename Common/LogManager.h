@@ -43,6 +43,9 @@ class LogManager {
   void Refresh();
 
  private:
+  void SetMaxSeverity(int severity);
+
+  bool publishes_ = false;  // the process's manager feeds the inline check
   std::array<std::atomic<Logger*>, 4> slots_{};
   std::atomic<int> maxSeverity_{static_cast<int>(Severity::DBG)};
   std::atomic<int> override_{-1};

@@ -21,7 +21,10 @@ bool ParseSeverity(std::u16string_view name, Severity& severity) {
   return false;
 }
 
-bool IsLogEnabled(Severity severity) { return LogManager::Instance().IsEnabled(severity); }
+bool LogDetail::IsEnabledSlow(Severity severity) {
+  callsUntilRefreshCheck = 255;
+  return LogManager::Instance().IsEnabled(severity);
+}
 
 void Log(Severity severity, std::u16string_view text, const char* file, int line, Logger* logger) {
   LogManager::Instance().Log(severity, text, file, line, logger);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -23,9 +24,23 @@ class Logger {
   virtual void Write(const char16_t* text, size_t length) = 0;
 };
 
+namespace LogDetail {
+// The process log's current maximum severity, for the inline check.
+inline std::atomic<int> maxSeverity{static_cast<int>(Severity::DBG)};
+// Calls left before this thread next asks whether the settings are due for a
+// refresh; reading a clock on every statement would cost more than the rest.
+inline thread_local uint32_t callsUntilRefreshCheck = 0;
+bool IsEnabledSlow(Severity severity);
+}  // namespace LogDetail
+
 // True when `severity` is written: at least CRIT and at most the current
-// maximum. Looking at the maximum refreshes the log settings every 5 seconds.
-bool IsLogEnabled(Severity severity);
+// maximum. The settings behind the maximum are looked at anew every 5 seconds.
+// A statement that is off costs this check and nothing else.
+inline bool IsLogEnabled(Severity severity) {
+  if (LogDetail::callsUntilRefreshCheck-- == 0) return LogDetail::IsEnabledSlow(severity);
+  const int value = static_cast<int>(severity);
+  return value >= 1 && value <= LogDetail::maxSeverity.load(std::memory_order_relaxed);
+}
 
 // Formats one line and hands it to `logger`, or to every registered logger.
 void Log(Severity severity, std::u16string_view text, const char* file, int line,
