@@ -1,5 +1,11 @@
 #include "QueriesProcessing/Scriptwright/Core/ProcessorTable.h"
 
+#include "QueriesProcessing/Scriptwright/Shaping/CMSortingProcessor.h"
+#include "QueriesProcessing/Scriptwright/Shaping/ConditionsProcessor.h"
+#include "QueriesProcessing/Scriptwright/Shaping/DistinctProcessor.h"
+#include "QueriesProcessing/Scriptwright/Shaping/GroupByProcessor.h"
+#include "QueriesProcessing/Scriptwright/Shaping/SortingProcessor.h"
+#include "QueriesProcessing/Scriptwright/Shaping/SortingRootAdjustProcessor.h"
 #include "QueriesProcessing/Scriptwright/Values/DateAddProcessor.h"
 #include "QueriesProcessing/Scriptwright/Values/OptionalTopProcessor.h"
 #include "QueriesProcessing/Scriptwright/Values/SimpleParametersProcessor.h"
@@ -21,8 +27,15 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
   static const std::vector<ProcessorTableRow> table = {
       {u"%UID%", Make<CUIDProcessor>},
       {u"%TOP%", Make<CTopProcessor>},
+      {u"%CONDITION%", Make<CConditionsProcessor>},
       {u"%SIMPLE_PARAMETERS%", Make<CSimpleParametersProcessor>},
+      {u"%SORTING%", Make<CSortingProcessor>},
+      {u"%SORTING_ROOT_ADJUST%", Make<CSortingRootAdjustProcessor>},
+      {u"%CMARK_SORTING_CONDITION%", Make<CCMSortingProcessor>},
       {u"%DATEADD%", Make<CDateAddProcessor>},
+      {u"%DISTINCT%", Make<CDistinctProcessor>},
+      {u"%GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
+      {u"%OVERVIEW_COUNTERS.GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
       {u"%OPTIONAL_TOP_PROCESSOR%", Make<COptionalTopProcessor>},
   };
   return table;
