@@ -113,12 +113,35 @@ std::u16string CConditionsProcessor::BuildInList(const VXNodePtr& node, const st
   const std::u16string column = node.GetString(u"Columnn");
   text += node.GetBool(u"EscapeRequired", true) ? EscapeColumnName(column) : column;
   text += u" " + op + u" (";
+  // Values are written straight from the list's stored form: an IN list may
+  // hold many thousands of them.
   const auto type = node.GetAttributeType(u"Values");
-  std::vector<std::u16string> values = node.GetStringList(u"Values", true);
-  if (type != VXN_INT32_LIST && type != VXN_UINT32_LIST) {
-    for (auto& value : values) value = QuoteStringValue(value);
+  if (!type) node.GetStringList(u"Values", true);  // raises the missing-attribute failure
+  uint32_t asText = VXN_STRING_LIST;
+  const std::vector<uint8_t> raw = node.GetRaw(u"Values", asText);
+  const bool quote = type != VXN_INT32_LIST && type != VXN_UINT32_LIST;
+  const std::u16string_view list(reinterpret_cast<const char16_t*>(raw.data()), raw.size() / sizeof(char16_t));
+  text.reserve(text.size() + list.size() + (quote ? list.size() / 2 : 0) + 8);
+  for (size_t start = 0; start + 1 < list.size();) {
+    const size_t end = list.find(u'\0', start);
+    if (start != 0) text += u',';
+    const std::u16string_view value = list.substr(start, end - start);
+    if (quote) {
+      text += u"N'";
+      // EscapeStringValue, copying the stretches between quotes in bulk.
+      for (size_t from = 0;;) {
+        const size_t quoteAt = value.find(u'\'', from);
+        text.append(value.substr(from, quoteAt == std::u16string_view::npos ? quoteAt : quoteAt + 1 - from));
+        if (quoteAt == std::u16string_view::npos) break;
+        text += u'\'';
+        from = quoteAt + 1;
+      }
+      text += u'\'';
+    } else {
+      text += value;
+    }
+    start = end + 1;
   }
-  text += JoinStrings(values, u",");
   text += u")) ";
   return text;
 }
