@@ -1,0 +1,90 @@
+#include "Common/Helpers/AsyncAction.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// Polls `done` until it holds or five seconds pass.
+template <typename Predicate>
+bool WaitFor(Predicate done) {
+  const auto deadline = Clock::now() + 5s;
+  while (!done()) {
+    if (Clock::now() > deadline) return false;
+    std::this_thread::sleep_for(1ms);
+  }
+  return true;
+}
+
+TEST(AsyncActionTest, ZeroIntervalAndNoDelayRunsOnce) {
+  std::atomic<int> runs{0};
+  CAsyncAction action(0s, 0s, [&] { ++runs; });
+  ASSERT_TRUE(WaitFor([&] { return action.FinishedCount() == 1; }));
+  std::this_thread::sleep_for(30ms);
+  EXPECT_EQ(runs, 1);
+  action.SetInterval(5ms);  // a new interval wakes the sleeping action
+  ASSERT_TRUE(WaitFor([&] { return runs >= 3; }));
+}
+
+TEST(AsyncActionTest, TwoArgumentFormWaitsOneIntervalFirst) {
+  const auto start = Clock::now();
+  std::atomic<int64_t> firstRunAfterMs{-1};
+  CAsyncAction action(100ms, [&] {
+    if (firstRunAfterMs < 0) {
+      firstRunAfterMs = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+    }
+  });
+  ASSERT_TRUE(WaitFor([&] { return action.FinishedCount() >= 1; }));
+  EXPECT_GE(firstRunAfterMs, 100);
+}
+
+TEST(AsyncActionTest, RetryUntilTheWorkSucceedsThenSleepUntilTriggered) {
+  std::atomic<int> attempts{0};
+  CAsyncAction* self = nullptr;
+  CAsyncAction action(2ms, 0s, [&] {
+    if (++attempts < 3) throw std::runtime_error("not yet");  // a failure is retried
+    self->SetInterval(0s);
+  });
+  self = &action;
+  ASSERT_TRUE(WaitFor([&] { return action.FinishedCount() == 3; }));
+  std::this_thread::sleep_for(30ms);
+  EXPECT_EQ(attempts, 3);
+  action.Trigger();
+  ASSERT_TRUE(WaitFor([&] { return attempts == 4; }));
+}
+
+TEST(AsyncActionTest, WaitForTriggerAndStopDuringARun) {
+  std::atomic<bool> release{false};
+  std::atomic<int> runs{0};
+  CAsyncAction action(1ms, CAsyncAction::kWaitForTrigger, [&] {
+    ++runs;
+    while (!release) std::this_thread::sleep_for(1ms);
+  });
+  std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(action.StartedCount(), 0u);
+  action.Trigger();
+  ASSERT_TRUE(WaitFor([&] { return action.StartedCount() == 1; }));
+  action.Stop();  // does not wait for the run
+  EXPECT_TRUE(action.IsStopped());
+  release = true;
+  ASSERT_TRUE(WaitFor([&] { return action.FinishedCount() == 1; }));
+  std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(runs, 1);
+}
+
+TEST(AsyncActionTest, DestructorStopsAWaitingAction) {
+  const auto start = Clock::now();
+  {
+    CAsyncAction action(std::chrono::hours(1), [] {});
+  }
+  EXPECT_LT(Clock::now() - start, 1s);
+}
+
+}  // namespace

@@ -1,0 +1,226 @@
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+#include "Common/FileLogger.h"
+#include "Common/Helpers/SettingsSources.h"
+#include "Common/LogLine.h"
+#include "Common/LogManager.h"
+#include "Common/LogScope.h"
+#include "Common/Text.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Settings of section "Logger" held in memory, put in front of the ini files.
+class LoggerSettings : public ISettingsSource {
+ public:
+  explicit LoggerSettings(std::map<std::u16string, std::u16string> values) : values_(std::move(values)) {}
+  HRESULT Read(std::u16string_view section, std::u16string_view key, std::u16string& value) override {
+    auto it = values_.find(std::u16string(key));
+    if (section != u"Logger" || it == values_.end()) return E_NOTFOUND;
+    value = it->second;
+    return S_OK;
+  }
+
+ private:
+  std::map<std::u16string, std::u16string> values_;
+};
+
+using Values = std::map<std::u16string, std::u16string>;
+
+class ScopedSettings {
+ public:
+  explicit ScopedSettings(Values values)
+      : source_(std::make_shared<LoggerSettings>(std::move(values))) {
+    SettingsSources::Instance().AddSource(source_);
+  }
+  ~ScopedSettings() { SettingsSources::Instance().RemoveSource(source_); }
+
+ private:
+  std::shared_ptr<ISettingsSource> source_;
+};
+
+class Capture : public Logger {
+ public:
+  void Write(const char16_t* text, size_t length) override { lines.emplace_back(text, length); }
+  std::vector<std::u16string> lines;
+};
+
+int64_t gTicks = 0;
+int64_t Ticks() { return gTicks; }
+
+LogLineFields FixedFields(std::string_view file, int indent) {
+  LogLineFields f;
+  f.local.tm_year = 2026 - 1900;
+  f.local.tm_mon = 10;
+  f.local.tm_mday = 3;
+  f.local.tm_hour = 4;
+  f.local.tm_min = 5;
+  f.local.tm_sec = 6;
+  f.millisecond = 7;
+  f.ticks = 89;
+  f.severity = Severity::WARN;
+  f.threadId = 0x12345;
+  f.processId = 0xABCDE;
+  f.file = file;
+  f.line = 42;
+  f.indent = indent;
+  f.text = u"text";
+  return f;
+}
+
+TEST(LogLineTest, ExactFormat) {
+  struct Case {
+    std::string file;
+    int indent;
+    std::string expected;
+  } cases[] = {
+      {"/src/Common/Short.cpp", 0,
+       "2026-11-03 04:05:06.0070089 | WARN | 9029 48350 | Short.cpp:42                   | text\r\n"},
+      {"C:\\src\\Short.cpp", 1,
+       "2026-11-03 04:05:06.0070089 | WARN | 9029 48350 | Short.cpp:42                   |   text\r\n"},
+      {"/src/ExactlyTwentySixChars1.cpp", 0,
+       "2026-11-03 04:05:06.0070089 | WARN | 9029 48350 | ExactlyTwentySixChars1.cpp:42  | text\r\n"},
+      {"/src/AFileNameLongerThanTwentySixCharacters.cpp", 0,
+       "2026-11-03 04:05:06.0070089 | WARN | 9029 48350 | AFileNameLongerThanTwentySixCharacters.cpp:42  | text\r\n"},
+      {"x.cpp", 31, "2026-11-03 04:05:06.0070089 | WARN | 9029 48350 | x.cpp:42                       | " +
+                        std::string(60, ' ') + "text\r\n"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(ToUtf8(FormatLogLine(FixedFields(c.file, c.indent))), c.expected) << c.file;
+}
+
+TEST(LogLineTest, Banner) {
+  const std::string banner = ToUtf8(LogBanner());
+  const std::string stars(100, '*');
+  EXPECT_EQ(banner.substr(0, 102), stars + "\r\n");
+  EXPECT_EQ(banner.substr(banner.size() - 102), stars + "\r\n");
+  for (const char* part : {"\r\n*** Module: ", " (Base: 0x", ")\r\n*** Version: 0.1.0.0\r\n*** Module description: ",
+                           "\r\n*** Process: ", " (Pid: ", ")\r\n*** Command line: "}) {
+    EXPECT_NE(banner.find(part), std::string::npos) << part;
+  }
+}
+
+TEST(LogManagerTest, SlotsAndSeverityLimit) {
+  LogManager manager;
+  Capture loggers[5];
+  for (int i = 0; i < 4; ++i) EXPECT_TRUE(manager.AddLogger(&loggers[i]));
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(manager.AddLogger(&loggers[4]));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "LogManager: Too many loggers\n");
+
+  manager.SetTickSource(&Ticks);
+  struct Case {
+    std::u16string setting;
+    Severity lowestOff;  // NONE: every severity is on
+  } cases[] = {{u"NONE", Severity::CRIT}, {u"DBG3", Severity::NONE}, {u"WARN", Severity::INFO},
+               {u"bogus", Severity::DBG2}};
+  for (const auto& c : cases) {
+    ScopedSettings settings(Values{{u"MaxSeverity", c.setting}});
+    gTicks += 5001;  // past the refresh interval
+    for (int s = 1; s <= 7; ++s) {
+      const bool expected = c.lowestOff == Severity::NONE || s < static_cast<int>(c.lowestOff);
+      EXPECT_EQ(manager.IsEnabled(static_cast<Severity>(s)), expected) << ToUtf8(c.setting) << " " << s;
+    }
+    EXPECT_FALSE(manager.IsEnabled(Severity::NONE));
+  }
+  {
+    ScopedSettings settings(Values{{u"MaxSeverity", u"DBG3"}});
+    gTicks += 1000;  // within the interval: the old limit (DBG) stands
+    EXPECT_FALSE(manager.IsEnabled(Severity::DBG3));
+  }
+  manager.Log(Severity::ERR, u"to all", __FILE__, __LINE__, nullptr);
+  EXPECT_EQ(loggers[3].lines.size(), 1u);
+  manager.Log(Severity::ERR, u"to one", __FILE__, __LINE__, &loggers[0]);
+  EXPECT_EQ(loggers[0].lines.size(), 2u);
+  EXPECT_NE(ToUtf8(loggers[0].lines[1]).find("| ERR  |"), std::string::npos);
+}
+
+TEST(FileLoggerTest, ThresholdLosesLinesAndResumesWithBanner) {
+  const fs::path dir = fs::temp_directory_path() / ("scriptwright-log-" + std::to_string(getpid()));
+  fs::create_directories(dir);
+  const fs::path file = dir / "test.log";
+  ScopedSettings settings(Values{{u"LogFileSizeThresholdMB", u"1"}, {u"KeepOpenInterval", u"0"}});
+  LogManager manager;
+  manager.Refresh();
+  FileLogger logger(manager, file.string());
+  auto contents = [&] {
+    std::ifstream in(file, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    return ToUtf8(std::u16string(reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2));
+  };
+
+  logger.Write(u"one\r\n", 5);
+  EXPECT_EQ(contents(), ToUtf8(LogBanner()) + "one\r\n");  // UTF-16LE, banner first
+  logger.Write(u"two\r\n", 5);
+  EXPECT_EQ(contents(), ToUtf8(LogBanner()) + "one\r\ntwo\r\n");  // no second banner
+
+  fs::resize_file(file, 1 << 20);
+  testing::internal::CaptureStderr();
+  logger.Write(u"lost\r\n", 6);
+  logger.Write(u"lost\r\n", 6);
+  const std::string messages = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(fs::file_size(file), 1u << 20);
+  EXPECT_EQ(messages, "FileLogger: log file '" + file.string() + "' is too big (size=1MB threshold=1MB)\n");
+
+  fs::rename(file, dir / "moved.log");
+  logger.Write(u"three\r\n", 7);
+  EXPECT_EQ(contents(), ToUtf8(LogBanner()) + "three\r\n");
+  fs::remove_all(dir);
+}
+
+TEST(LogScopeTest, EntryExitAndException) {
+  static Capture capture;
+  static const bool added = AddLogger(&capture);
+  ASSERT_TRUE(added);
+  SetMaxSeverity(Severity::DBG);
+  capture.lines.clear();
+  auto traced = [](bool fail) {
+    VX_LOG_SCOPE(Severity::DBG, "Outer::Run");
+    {
+      VX_LOG_SCOPE(Severity::DBG2, "Inner::Hidden");  // above the limit: silent
+    }
+    VX_LOG(Severity::DBG, u"inside");
+    if (fail) throw std::runtime_error("boom");
+  };
+  traced(false);
+  EXPECT_THROW(traced(true), std::runtime_error);
+  SetMaxSeverity(Severity::ERR);
+  ASSERT_EQ(capture.lines.size(), 6u);
+  auto tail = [&](size_t i) {
+    const std::string line = ToUtf8(capture.lines[i]);
+    return line.substr(line.find("| ", line.find(".cpp:")) + 2);
+  };
+  EXPECT_EQ(tail(0), "Entering: Outer::Run\r\n");
+  EXPECT_EQ(tail(1), "  inside\r\n");
+  EXPECT_EQ(tail(2).rfind("Exiting: Outer::Run [0.0", 0), 0u) << tail(2);
+  EXPECT_EQ(tail(5).rfind("EXCEPTION at: Outer::Run [", 0), 0u) << tail(5);
+  EXPECT_EQ(tail(5).substr(tail(5).size() - 6), " ms]\r\n");
+  EXPECT_EQ(LogScope::ThreadIndent(), 0);
+}
+
+TEST(LogMessageTest, ABuilderThatThrowsStillLogs) {
+  static Capture capture;
+  static const bool added = AddLogger(&capture);
+  ASSERT_TRUE(added);
+  SetMaxSeverity(Severity::DBG);
+  auto explode = []() -> std::u16string { throw std::runtime_error("no"); };
+  try {
+    VX_LOG(Severity::DBG, u"value: " << explode());
+  } catch (...) {
+    ADD_FAILURE() << "logging raised";
+  }
+  SetMaxSeverity(Severity::ERR);
+  ASSERT_FALSE(capture.lines.empty());
+  EXPECT_NE(ToUtf8(capture.lines.back()).find("value: ... (***EXCEPTION***)"), std::string::npos);
+}
+
+}  // namespace
