@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Common/Components/IComponent.h"
+#include "Common/Nodes/VXNodePtr.h"
+
+// The interfaces of the server's components that this library calls or
+// implements.
+
+// Takes queries: the preparer, and the executing component behind it.
+struct IQueryProcessor : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D21}");
+  virtual HRESULT ProcessQuery(const VXNodePtr& query) = 0;
+  virtual HRESULT CancelQuery(const VXNodePtr& cookie) = 0;
+};
+
+// Told of configuration changes.
+struct IConfigObserver : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D22}");
+  virtual HRESULT OnModify(const VXNodePtr& change) = 0;
+  virtual HRESULT OnAdded(const VXNodePtr& change) = 0;
+  virtual HRESULT OnRemoved(const VXNodePtr& change) = 0;
+};
+
+// Told when a data source's state changes.
+struct ITriggerObserver : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D23}");
+  virtual HRESULT OnTriggered(const VXNodePtr& trigger) = 0;
+};
+
+// "DataSourceManager": keeps observers of the data sources.
+struct IDataSourceManager : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D24}");
+  virtual HRESULT AddObserver(ITriggerObserver* observer) = 0;
+};
+
+// A subscription to configuration changes, inactive until started.
+struct IConfigSubscription : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D25}");
+  virtual HRESULT Start() = 0;
+};
+
+// "ConfigServer.Proxy": subscriptions to configuration paths.
+struct IConfigSubscriptions : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{B3BE9604-1352-4DAB-B413-D37764C0CE97}");
+  // `filter` is a FilterByPath node, `subscription` a SubscribeConfig node.
+  virtual HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription, IConfigObserver* observer,
+                            IConfigSubscription** out) = 0;
+};
