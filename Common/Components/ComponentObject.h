@@ -97,7 +97,7 @@ class CComponentObject final : public T {
  private:
   template <typename... I>
   void Find(const GUID& iid, void** out, std::tuple<I...>*) {
-    ((iid == I::kIid ? (*out = static_cast<I*>(this), true) : false) || ...);
+    static_cast<void>(((iid == I::kIid ? (*out = static_cast<I*>(this), true) : false) || ...));
   }
 };
 
