@@ -1,16 +1,18 @@
 #include "Host/PrepareJob.h"
 
+#include "Common/Components/ServerInterfaces.h"
 #include "Common/ErrorHandling.h"
 #include "Common/FormatString.h"
 #include "Common/Nodes/NodeTextReader.h"
-#include "Common/Nodes/NodeTextWriter.h"
 #include "Common/Text.h"
-#include "Host/CommandPrinter.h"
-#include "QueriesProcessing/Scriptwright/Core/ScriptwrightImpl.h"
+#include "Host/HostComponents.h"
+#include "Host/ModuleLoader.h"
+#include "Host/NamedInstanceTable.h"
 
 namespace {
 
-using QueriesProcessing::CScriptwrightImpl;
+// The preparer component's class.
+const GUID kScriptwrightClassId = MakeGuid(u"{772DD3A6-C1F8-4AB9-A4C7-4D46A84131C3}");
 
 // "0x80070490 Element not found: ..." from the failure's error information.
 std::string FailureText(HRESULT code) {
@@ -23,7 +25,7 @@ void PrintFailure(std::ostream& err, const std::string& source, HRESULT code) {
   err << source << ": " << FailureText(code) << "\n";
 }
 
-// Reads the nodes of a file; prints the failure and gives none on error.
+// Reads the nodes of a file; prints the failure and gives false on error.
 bool ReadNodes(const std::string& path, std::vector<VXNodePtr>& nodes, std::ostream& err) {
   try {
     nodes = ReadNodeTextFile(path);
@@ -34,32 +36,56 @@ bool ReadNodes(const std::string& path, std::vector<VXNodePtr>& nodes, std::ostr
   }
 }
 
-bool LoadCatalog(CScriptwrightImpl& engine, const std::string& path, std::ostream& err) {
-  std::vector<VXNodePtr> nodes;
-  if (!ReadNodes(path, nodes, err)) return false;
-  if (nodes.empty()) {
-    err << path << ": the file holds no catalogue node\n";
-    return false;
+// One host: the library loaded, the host's named components, the preparer.
+class Host {
+ public:
+  Host(const VXNodePtr& catalog, std::ostream& out, bool xml)
+      : dataSources_(CompPtr<IDataSourceManager>::Attach(MakeHostComponent<CHostDataSourceManager>())),
+        proxy_(MakeHostComponent<CHostConfigProxy>()),
+        printer_(MakeHostComponent<CCommandPrinter>()) {
+    printer_->SetOutput(&out, xml);
+    names_.Add(u"DataSourceManager", dataSources_.get());
+    names_.Add(u"ConfigServer.Proxy", static_cast<IConfigSubscriptions*>(proxy_));
+    const std::u16string executor = catalog.GetString(u"queries_processor", u"");
+    if (!executor.empty()) names_.Add(executor, static_cast<IQueryProcessor*>(printer_));
+    names_.Install();
+    module_.SetNamedInstanceProvider(&NamedInstanceTable::Provide);
+    Check(module_.ModuleObject()->GetClassObject(kScriptwrightClassId, IConfigurable::kIid,
+                                                 preparer_.ReceiveVoid()));
   }
-  const HRESULT status = engine.Initialize(nodes.front());
-  if (Failed(status)) PrintFailure(err, path, status);
-  return Succeeded(status);
-}
+
+  ~Host() {
+    if (preparer_) preparer_.As<IShutdown>()->Shutdown();
+    proxy_->Clear();
+    preparer_ = CompPtr<IConfigurable>();
+    module_.SetNamedInstanceProvider(nullptr);
+    static_cast<IConfigSubscriptions*>(proxy_)->Release();
+    static_cast<IQueryProcessor*>(printer_)->Release();
+  }
+
+  HRESULT Configure(const VXNodePtr& catalog) { return preparer_->Configure(catalog); }
+  HRESULT Process(const VXNodePtr& query) { return preparer_.As<IQueryProcessor>()->ProcessQuery(query); }
+
+ private:
+  ModuleLoader module_;
+  NamedInstanceTable names_;
+  CompPtr<IDataSourceManager> dataSources_;
+  CComponentObject<CHostConfigProxy>* proxy_;
+  CComponentObject<CCommandPrinter>* printer_;
+  CompPtr<IConfigurable> preparer_;
+};
 
 // Prepares each request of one file; false if any failed.
-bool PrepareFile(CScriptwrightImpl& engine, const std::string& path, bool xml, std::ostream& out,
-                 std::ostream& err) {
+bool PrepareFile(Host& host, const std::string& path, std::ostream& err) {
   std::vector<VXNodePtr> requests;
   if (!ReadNodes(path, requests, err)) return false;
   bool ok = true;
-  for (auto& request : requests) {
-    const HRESULT status = engine.Prepare(request);
+  for (const auto& request : requests) {
+    const HRESULT status = host.Process(request);
     if (Failed(status)) {
       PrintFailure(err, path, status);
       ok = false;
-      continue;
     }
-    out << (xml ? WriteNodeText({request}) : RenderCommands(request));
   }
   return ok;
 }
@@ -67,10 +93,25 @@ bool PrepareFile(CScriptwrightImpl& engine, const std::string& path, bool xml, s
 }  // namespace
 
 int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream& err) {
-  CScriptwrightImpl engine;
-  if (!LoadCatalog(engine, options.catalog, err)) return 1;
-  bool ok = true;
-  for (const auto& path : options.requests) ok = PrepareFile(engine, path, options.xml, out, err) && ok;
-  out.flush();
-  return ok ? 0 : 1;
+  std::vector<VXNodePtr> catalog;
+  if (!ReadNodes(options.catalog, catalog, err)) return 1;
+  if (catalog.empty()) {
+    err << options.catalog << ": the file holds no catalogue node\n";
+    return 1;
+  }
+  try {
+    Host host(catalog.front(), out, options.xml);
+    const HRESULT status = host.Configure(catalog.front());
+    if (Failed(status)) {
+      PrintFailure(err, options.catalog, status);
+      return 1;
+    }
+    bool ok = true;
+    for (const auto& path : options.requests) ok = PrepareFile(host, path, err) && ok;
+    out.flush();
+    return ok ? 0 : 1;
+  } catch (const HRX& failure) {
+    PrintFailure(err, options.catalog, failure.Report());
+    return 1;
+  }
 }
