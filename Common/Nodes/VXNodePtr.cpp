@@ -8,23 +8,30 @@ namespace {
 
 std::u16string Terminated(std::u16string_view text) { return std::u16string(text); }
 
-// Reads a text through one of the name, type or value getters: a buffer of
-// 128 characters first, then the size the library asks for.
+// Reads a text through one of the name, type or value getters: into a buffer
+// of 128 characters on the stack first, then one of the size the library asks
+// for.
 template <typename Getter>
 std::optional<std::u16string> ReadText(Getter getter, HVXNODE node) {
-  std::u16string buffer(128, u'\0');
-  for (;;) {
-    uint32_t size = static_cast<uint32_t>(buffer.size());
-    const HRESULT status = getter(node, buffer.data(), &size);
-    if (status == E_NOTFOUND) return std::nullopt;
-    if (status == E_INSUFFICIENT_BUFFER) {
-      buffer.resize(size);
-      continue;
-    }
+  char16_t local[128];
+  uint32_t size = 128;
+  HRESULT status = getter(node, local, &size);
+  if (status == E_NOTFOUND) return std::nullopt;
+  if (status != E_INSUFFICIENT_BUFFER) {
     Check(status);
-    buffer.resize(size ? size - 1 : 0);
-    return buffer;
+    return std::u16string(local, size ? size - 1 : 0);
   }
+  std::u16string buffer(size, u'\0');
+  for (;;) {
+    size = static_cast<uint32_t>(buffer.size());
+    status = getter(node, buffer.data(), &size);
+    if (status != E_INSUFFICIENT_BUFFER) break;
+    buffer.resize(size);
+  }
+  if (status == E_NOTFOUND) return std::nullopt;
+  Check(status);
+  buffer.resize(size ? size - 1 : 0);
+  return buffer;
 }
 
 [[noreturn]] void ThrowMissing(const VXNodePtr& node, std::u16string_view what, std::u16string_view name) {
@@ -144,11 +151,16 @@ std::vector<uint8_t> VXNodePtr::GetRaw(std::u16string_view name, uint32_t& type)
 
 namespace {
 
+// Reads a fixed-size value straight into place, converted to `type`.
 template <typename T>
 T ReadScalar(const VXNodePtr& node, std::u16string_view name, uint32_t type) {
-  const std::vector<uint8_t> data = node.GetRaw(name, type);
+  const std::u16string key(name);
   T value{};
-  std::memcpy(&value, data.data(), std::min(sizeof value, data.size()));
+  uint32_t size = sizeof value;
+  const HRESULT status = VxnGetAttribute(node.get(), key.c_str(), &type, &value, &size, 0);
+  if (status == E_NOTFOUND) ThrowMissing(node, u"attribute", name);
+  if (status == E_INVALID_DATA) ThrowBadValue(status, node, name);
+  Check(status);
   return value;
 }
 
@@ -168,7 +180,17 @@ bool Defaulted(const VXNodePtr& node, std::u16string_view name) {
 }  // namespace
 
 std::u16string VXNodePtr::GetString(std::u16string_view name) const {
+  // Most values are short: a stack buffer spares the heap.
+  const std::u16string key(name);
+  char16_t local[128];
+  uint32_t size = sizeof local;
   uint32_t type = VXN_STRING;
+  const HRESULT status = VxnGetAttribute(handle_, key.c_str(), &type, local, &size, 0);
+  if (Succeeded(status)) return std::u16string(local, size / sizeof(char16_t) - 1);
+  if (status == E_NOTFOUND) ThrowMissing(*this, u"attribute", name);
+  if (status == E_INVALID_DATA) ThrowBadValue(status, *this, name);
+  if (status != E_INSUFFICIENT_BUFFER) Check(status);
+  type = VXN_STRING;
   return TextOf(GetRaw(name, type));
 }
 
