@@ -26,3 +26,64 @@ HRESULT CCommandPrinter::ProcessQuery(const VXNodePtr& query) {
 }
 
 HRESULT CCommandPrinter::CancelQuery(const VXNodePtr&) { return S_OK; }
+
+VXNodePtr CHostRequestContextMgr::Current(int32_t kind) {
+  auto it = contexts_.find({std::this_thread::get_id(), kind});
+  return it == contexts_.end() ? caller_ : it->second;
+}
+
+HRESULT CHostRequestContextMgr::ExchangeContext(int32_t kind, const VXNodePtr& context, VXNodePtr* previous) {
+  if (!previous) return E_INVALIDARG;
+  std::lock_guard guard(lock_);
+  *previous = Current(kind);
+  contexts_[{std::this_thread::get_id(), kind}] = context;
+  return S_OK;
+}
+
+HRESULT CHostRequestContextMgr::GetContext(int32_t kind, const VXNodePtr&, VXNodePtr* context) {
+  if (!context) return E_INVALIDARG;
+  std::lock_guard guard(lock_);
+  *context = Current(kind);
+  return S_OK;
+}
+
+namespace {
+
+// One service of the environment, answering from its replies.
+class CHostServiceProxy : public CComponentBase, public IServiceProxy {
+ public:
+  using Interfaces = std::tuple<IServiceProxy>;
+  void SetService(const VXNodePtr& service) { service_ = service; }
+
+  HRESULT Call(const VXNodePtr& request, VXNodePtr* response) override {
+    if (!request || !response) return E_INVALIDARG;
+    const std::u16string type = request.GetType();
+    for (uint32_t i = 0; i < service_.ChildCount(); ++i) {
+      VXNodePtr reply = service_.ChildAt(i);
+      if (reply.GetType() != u"Reply" || reply.GetString(u"Request", u"") != type || reply.ChildCount() == 0) continue;
+      *response = reply.ChildAt(0).Clone();
+      return S_OK;
+    }
+    return ReportError(E_NOTFOUND, u": the service has no reply to " + type);
+  }
+
+ private:
+  VXNodePtr service_;
+};
+
+}  // namespace
+
+HRESULT CHostServiceClient::OpenService(const char16_t* url, uint32_t, const GUID& iid, void** proxy) {
+  if (!url || !proxy) return E_INVALIDARG;
+  *proxy = nullptr;
+  for (uint32_t i = 0; services_ && i < services_.ChildCount(); ++i) {
+    VXNodePtr service = services_.ChildAt(i);
+    if (service.GetString(u"Url", u"") != url) continue;
+    CComponentObject<CHostServiceProxy>* made = MakeHostComponent<CHostServiceProxy>();
+    made->SetService(service);
+    const HRESULT status = static_cast<IServiceProxy*>(made)->QueryInterface(iid, proxy);
+    static_cast<IServiceProxy*>(made)->Release();
+    return status;
+  }
+  return ReportError(E_NOTFOUND, u": no service at " + std::u16string(url));
+}

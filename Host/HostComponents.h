@@ -7,6 +7,11 @@
 #include "Common/Components/CompPtr.h"
 #include "Common/Components/ComponentObject.h"
 #include "Common/Components/ServerInterfaces.h"
+#include "Common/ServiceLayer/ServiceInterfaces.h"
+
+#include <map>
+#include <mutex>
+#include <thread>
 
 // The named components the command-line host serves to the library, in place
 // of a server's own.
@@ -62,3 +67,33 @@ CComponentObject<T>* MakeHostComponent() {
   Check(CComponentObject<T>::Create(IComponent::kIid, reinterpret_cast<void**>(&made)));
   return static_cast<CComponentObject<T>*>(static_cast<std::tuple_element_t<0, typename T::Interfaces>*>(made));
 }
+
+// "Core.RequestContextMgr": each thread's contexts by kind; a thread that has
+// set none acts for `caller` (the token picked with --as, or none).
+class CHostRequestContextMgr : public CComponentBase, public IRequestContextMgr {
+ public:
+  using Interfaces = std::tuple<IRequestContextMgr>;
+  void SetCaller(const VXNodePtr& caller) { caller_ = caller; }
+  HRESULT ExchangeContext(int32_t kind, const VXNodePtr& context, VXNodePtr* previous) override;
+  HRESULT GetContext(int32_t kind, const VXNodePtr& request, VXNodePtr* context) override;
+
+ private:
+  VXNodePtr Current(int32_t kind);  // under lock_
+
+  VXNodePtr caller_;
+  std::mutex lock_;
+  std::map<std::pair<std::thread::id, int32_t>, VXNodePtr> contexts_;  // guarded by lock_
+};
+
+// "Core.ServiceClient": services by URL, answering from the environment's
+// canned replies: the first `Reply` whose `Request` names the request's node
+// type gives a copy of its first child.
+class CHostServiceClient : public CComponentBase, public IServiceClient {
+ public:
+  using Interfaces = std::tuple<IServiceClient>;
+  void SetServices(const VXNodePtr& services) { services_ = services; }
+  HRESULT OpenService(const char16_t* url, uint32_t flags, const GUID& iid, void** proxy) override;
+
+ private:
+  VXNodePtr services_;
+};

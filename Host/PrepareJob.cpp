@@ -36,14 +36,39 @@ bool ReadNodes(const std::string& path, std::vector<VXNodePtr>& nodes, std::ostr
   }
 }
 
+// The environment's child of node type `type`, or null.
+VXNodePtr ChildOfType(const VXNodePtr& node, std::u16string_view type) {
+  for (uint32_t i = 0; node && i < node.ChildCount(); ++i) {
+    if (node.ChildAt(i).GetType() == type) return node.ChildAt(i);
+  }
+  return VXNodePtr();
+}
+
+// The token named `as` among the environment's tokens; none when `as` is empty.
+VXNodePtr Caller(const VXNodePtr& environment, const std::string& as) {
+  if (as.empty()) return VXNodePtr();
+  const VXNodePtr tokens = ChildOfType(environment, u"Tokens");
+  const VXNodePtr token = tokens ? tokens.GetChild(ToUtf16(as)) : VXNodePtr();
+  if (!token) ThrowError(E_INVALIDARG, u": no token '" + ToUtf16(as) + u"' among the environment's Tokens");
+  return token;
+}
+
 // One host: the library loaded, the host's named components, the preparer.
 class Host {
  public:
-  Host(const VXNodePtr& catalog, std::ostream& out, bool xml)
+  Host(const VXNodePtr& catalog, const VXNodePtr& environment, const VXNodePtr& caller, std::ostream& out, bool xml)
       : dataSources_(CompPtr<IDataSourceManager>::Attach(MakeHostComponent<CHostDataSourceManager>())),
         proxy_(MakeHostComponent<CHostConfigProxy>()),
         printer_(MakeHostComponent<CCommandPrinter>()) {
     printer_->SetOutput(&out, xml);
+    auto* contexts = MakeHostComponent<CHostRequestContextMgr>();
+    contexts->SetCaller(caller);
+    auto* services = MakeHostComponent<CHostServiceClient>();
+    services->SetServices(ChildOfType(environment, u"Services"));
+    names_.Add(u"Core.RequestContextMgr", static_cast<IRequestContextMgr*>(contexts));
+    names_.Add(u"Core.ServiceClient", static_cast<IServiceClient*>(services));
+    static_cast<IRequestContextMgr*>(contexts)->Release();
+    static_cast<IServiceClient*>(services)->Release();
     names_.Add(u"DataSourceManager", dataSources_.get());
     names_.Add(u"ConfigServer.Proxy", static_cast<IConfigSubscriptions*>(proxy_));
     const std::u16string executor = catalog.GetString(u"queries_processor", u"");
@@ -99,8 +124,18 @@ int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream
     err << options.catalog << ": the file holds no catalogue node\n";
     return 1;
   }
+  std::vector<VXNodePtr> environment;
+  if (!options.environment.empty() && !ReadNodes(options.environment, environment, err)) return 1;
+  const VXNodePtr environmentNode = environment.empty() ? VXNodePtr() : environment.front();
+  VXNodePtr caller;
   try {
-    Host host(catalog.front(), out, options.xml);
+    caller = Caller(environmentNode, options.as);
+  } catch (const HRX& failure) {
+    PrintFailure(err, options.environment.empty() ? std::string("--as") : options.environment, failure.Report());
+    return 1;
+  }
+  try {
+    Host host(catalog.front(), environmentNode, caller, out, options.xml);
     const HRESULT status = host.Configure(catalog.front());
     if (Failed(status)) {
       PrintFailure(err, options.catalog, status);

@@ -12,10 +12,16 @@
 // A request file holds one or more `Query` nodes. A failure is printed to
 // `err` as "<file>: 0x%08X <text>"; the job goes on with the next request and
 // the exit status is 1. Files that cannot be read also give 1.
+//
+// The environment file (docs/environment-file.md), when given, lists the
+// callers' tokens and the services' canned replies; `as` picks the token the
+// requests are made with.
 struct PrepareOptions {
   std::string catalog;
   std::vector<std::string> requests;
   bool xml = false;
+  std::string environment;
+  std::string as;
 };
 
 int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream& err);

@@ -19,6 +19,9 @@ int main(int argc, char** argv) {
       ->required();
   prepareCommand->add_option("requests", prepare.requests, "Request files (node text form)")->required();
   prepareCommand->add_flag("--xml", prepare.xml, "Print the prepared request trees in the node text form");
+  prepareCommand->add_option("--env", prepare.environment,
+                             "Environment file: the callers' tokens and the services' replies");
+  prepareCommand->add_option("--as", prepare.as, "Make the requests as this token of the environment");
 
   std::string logLevel;
   bool logToStderr = false;

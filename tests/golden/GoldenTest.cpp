@@ -24,6 +24,8 @@ constexpr std::string_view kSeparator = "----";
 struct GoldenCase {
   fs::path file;
   std::string catalog;
+  std::string environment;
+  std::string as;
   bool xml = false;
   std::string request;
   std::string expected;
@@ -56,6 +58,10 @@ GoldenCase Parse(const fs::path& file) {
     if (!inRequest && line.rfind("#", 0) == 0) {
     } else if (!inRequest && line.rfind("catalog: ", 0) == 0) {
       c.catalog = (file.parent_path() / line.substr(9)).string();
+    } else if (!inRequest && line.rfind("env: ", 0) == 0) {
+      c.environment = (file.parent_path() / line.substr(5)).string();
+    } else if (!inRequest && line.rfind("as: ", 0) == 0) {
+      c.as = line.substr(4);
     } else if (!inRequest && line.rfind("options: ", 0) == 0) {
       c.xml = line.find("--xml") != std::string::npos;
     } else {
@@ -91,7 +97,7 @@ std::string RunCase(const GoldenCase& c) {
   const fs::path requestFile = dir / "request.xml";
   std::ofstream(requestFile, std::ios::binary) << c.request;
   std::ostringstream output;
-  PrepareOptions options{c.catalog, {requestFile.string()}, c.xml};
+  PrepareOptions options{c.catalog, {requestFile.string()}, c.xml, c.environment, c.as};
   const int status = RunPrepareJob(options, output, output);
   fs::remove_all(dir);
   std::string text = output.str();

@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "Common/Components/NamedInstances.h"
+#include "Common/Nodes/NodeTextReader.h"
+#include "Common/ServiceLayer/RequestContext.h"
+#include "Host/HostComponents.h"
+#include "Host/NamedInstanceTable.h"
+
+namespace {
+
+VXNodePtr Node(const std::string& text) { return ReadNodeText("<nr>" + text + "</nr>", "test")[0]; }
+
+class HostTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    contexts_ = MakeHostComponent<CHostRequestContextMgr>();
+    services_ = MakeHostComponent<CHostServiceClient>();
+    names_.Add(u"Core.RequestContextMgr", static_cast<IRequestContextMgr*>(contexts_));
+    names_.Add(u"Core.ServiceClient", static_cast<IServiceClient*>(services_));
+    names_.Install();
+    ScriptwrightSetNamedInstanceProvider(&NamedInstanceTable::Provide);
+  }
+  void TearDown() override {
+    ScriptwrightSetNamedInstanceProvider(nullptr);
+    static_cast<IRequestContextMgr*>(contexts_)->Release();
+    static_cast<IServiceClient*>(services_)->Release();
+  }
+
+  NamedInstanceTable names_;
+  CComponentObject<CHostRequestContextMgr>* contexts_ = nullptr;
+  CComponentObject<CHostServiceClient>* services_ = nullptr;
+};
+
+TEST_F(HostTest, RequestContextsNestPerThread) {
+  const VXNodePtr caller = Node(R"x(<Token _name="auditor"/>)x");
+  contexts_->SetCaller(caller);
+  EXPECT_EQ(GetCurrentContext().get(), caller.get());
+  {
+    const VXNodePtr client = Node(R"x(<Token _name="client"/>)x");
+    RequestContext scope(client);
+    EXPECT_EQ(GetCurrentContext().get(), client.get());
+    std::thread([&] { EXPECT_EQ(GetCurrentContext().get(), caller.get()); }).join();  // other threads keep theirs
+  }
+  EXPECT_EQ(GetCurrentContext().get(), caller.get());
+
+  ScriptwrightSetNamedInstanceProvider(nullptr);  // no manager: entering and leaving do nothing
+  RequestContext none(caller);
+  EXPECT_FALSE(GetCurrentContext());
+}
+
+TEST_F(HostTest, ServicesAnswerFromTheirReplies) {
+  services_->SetServices(Node(R"x(<Services>
+      <Service Url="net.tcp://directory"><Reply Request="SitRequest"><SitResponse Status="i32:7"/></Reply></Service>
+    </Services>)x"));
+  auto client = GetNamedInstance<IServiceClient>(u"Core.ServiceClient");
+  CompPtr<IServiceProxy> proxy;
+  ASSERT_EQ(client->OpenService(u"net.tcp://directory", 0, IServiceProxy::kIid, proxy.ReceiveVoid()), S_OK);
+  VXNodePtr response;
+  ASSERT_EQ(proxy->Call(Node("<SitRequest/>"), &response), S_OK);
+  EXPECT_EQ(response.GetType(), u"SitResponse");
+  EXPECT_EQ(response.GetInt32(u"Status"), 7);
+  EXPECT_EQ(proxy->Call(Node("<Other/>"), &response), E_NOTFOUND);
+  EXPECT_EQ(client->OpenService(u"net.tcp://elsewhere", 0, IServiceProxy::kIid, proxy.ReceiveVoid()), E_NOTFOUND);
+
+  void* out = nullptr;
+  EXPECT_EQ(AxGetNamedInstance(u"No.Such.Instance", 0, IServiceClient::kIid, &out), E_NOTFOUND);
+  EXPECT_EQ(AxGetNamedInstance(u"Core.ServiceClient", 0, IRequestContextMgr::kIid, &out), E_NOINTERFACE);
+}
+
+}  // namespace
