@@ -1,10 +1,13 @@
 #include "Host/PrepareJob.h"
 
+#include <optional>
+
 #include "Common/Components/ServerInterfaces.h"
 #include "Common/ErrorHandling.h"
 #include "Common/FormatString.h"
 #include "Common/Nodes/NodeTextReader.h"
 #include "Common/Text.h"
+#include "Host/CatalogWatch.h"
 #include "Host/HostComponents.h"
 #include "Host/ModuleLoader.h"
 #include "Host/NamedInstanceTable.h"
@@ -89,6 +92,7 @@ class Host {
   }
 
   HRESULT Configure(const VXNodePtr& catalog) { return preparer_->Configure(catalog); }
+  void NotifyModified() { proxy_->NotifyModified(); }
   HRESULT Process(const VXNodePtr& query) { return preparer_.As<IQueryProcessor>()->ProcessQuery(query); }
 
  private:
@@ -101,11 +105,12 @@ class Host {
 };
 
 // Prepares each request of one file; false if any failed.
-bool PrepareFile(Host& host, const std::string& path, std::ostream& err) {
+bool PrepareFile(Host& host, const std::string& path, CatalogWatch* watch, std::ostream& err) {
   std::vector<VXNodePtr> requests;
   if (!ReadNodes(path, requests, err)) return false;
   bool ok = true;
   for (const auto& request : requests) {
+    if (watch) watch->Check(err);
     const HRESULT status = host.Process(request);
     if (Failed(status)) {
       PrintFailure(err, path, status);
@@ -141,8 +146,10 @@ int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream
       PrintFailure(err, options.catalog, status);
       return 1;
     }
+    std::optional<CatalogWatch> watch;
+    if (options.watch) watch.emplace(options.catalog, catalog.front(), [&host] { host.NotifyModified(); });
     bool ok = true;
-    for (const auto& path : options.requests) ok = PrepareFile(host, path, err) && ok;
+    for (const auto& path : options.requests) ok = PrepareFile(host, path, watch ? &*watch : nullptr, err) && ok;
     out.flush();
     return ok ? 0 : 1;
   } catch (const HRX& failure) {

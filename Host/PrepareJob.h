@@ -22,6 +22,10 @@ struct PrepareOptions {
   bool xml = false;
   std::string environment;
   std::string as;
+  // Before each request, look whether the catalogue file changed; if so,
+  // load it into the component's configuration and tell the component, which
+  // rebuilds its engine on its own thread, as after a configuration change.
+  bool watch = false;
 };
 
 int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream& err);

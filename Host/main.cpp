@@ -22,6 +22,8 @@ int main(int argc, char** argv) {
   prepareCommand->add_option("--env", prepare.environment,
                              "Environment file: the callers' tokens and the services' replies");
   prepareCommand->add_option("--as", prepare.as, "Make the requests as this token of the environment");
+  prepareCommand->add_flag("--watch", prepare.watch,
+                           "Rebuild the engine when the catalogue file changes during the run");
 
   std::string logLevel;
   bool logToStderr = false;

@@ -70,3 +70,44 @@ TEST_F(HostTest, ServicesAnswerFromTheirReplies) {
 }
 
 }  // namespace
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "Host/CatalogWatch.h"
+
+namespace {
+
+TEST(CatalogWatchTest, ReplacesTheConfiguredCatalogueOnChange) {
+  namespace fs = std::filesystem;
+  const fs::path file = fs::temp_directory_path() / ("scriptwright-watch-" + std::to_string(getpid()) + ".xml");
+  std::ofstream(file) << R"x(<nr><catalog A="1"><query_template _name="old"/></catalog></nr>)x";
+  VXNodePtr configured = ReadNodeTextFile(file.string())[0];
+  int changes = 0;
+  CatalogWatch watch(file.string(), configured, [&] { ++changes; });
+  std::ostringstream err;
+  EXPECT_FALSE(watch.Check(err));
+
+  std::ofstream(file) << R"x(<nr><catalog B="u32:2"><query_template _name="new"/><x/></catalog></nr>)x";
+  fs::last_write_time(file, fs::last_write_time(file) + std::chrono::seconds(1));
+  EXPECT_TRUE(watch.Check(err));
+  EXPECT_EQ(changes, 1);
+  EXPECT_FALSE(configured.HasAttribute(u"A"));
+  EXPECT_EQ(configured.GetUInt32(u"B"), 2u);
+  ASSERT_EQ(configured.ChildCount(), 2u);
+  EXPECT_EQ(configured.ChildAt(0).GetName(), u"new");
+  EXPECT_FALSE(watch.Check(err));  // nothing new
+
+  std::ofstream(file) << "<nr><broken";
+  fs::last_write_time(file, fs::last_write_time(file) + std::chrono::seconds(2));
+  EXPECT_FALSE(watch.Check(err));
+  EXPECT_EQ(changes, 1);
+  EXPECT_NE(err.str().find("the catalogue in use stays"), std::string::npos);
+  EXPECT_EQ(configured.GetUInt32(u"B"), 2u);
+  fs::remove(file);
+}
+
+}  // namespace
