@@ -1,5 +1,7 @@
 #include "Host/HostComponents.h"
 
+#include <algorithm>
+
 #include "Common/Nodes/NodeTextWriter.h"
 #include "Host/CommandPrinter.h"
 
@@ -86,4 +88,61 @@ HRESULT CHostServiceClient::OpenService(const char16_t* url, uint32_t, const GUI
     return status;
   }
   return ReportError(E_NOTFOUND, u": no service at " + std::u16string(url));
+}
+
+namespace {
+
+// What is left of a search.
+class CHostConfigCursor : public CComponentBase, public IConfigCursor {
+ public:
+  using Interfaces = std::tuple<IConfigCursor>;
+  std::vector<VXNodePtr> pending;
+  size_t next = 0;
+};
+
+void HandOut(std::vector<VXNodePtr>& found, size_t& next, VXNodePtr* nodes, uint32_t count, uint32_t* returned) {
+  uint32_t n = 0;
+  for (; n < count && next < found.size(); ++n) nodes[n] = found[next++];
+  *returned = n;
+}
+
+}  // namespace
+
+HRESULT CHostConfigProxy::FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes,
+                                    uint32_t count, uint32_t* returned) {
+  if (!filter || !returned || (!nodes && count)) return E_INVALIDARG;
+  *returned = 0;
+  if (cursor) *cursor = nullptr;
+  VXNodePtr at = tree_;
+  const std::u16string path = filter.GetString(u"NodePath");
+  for (size_t start = 0; at && start < path.size();) {
+    size_t end = path.find(u'\\', start);
+    if (end == std::u16string::npos) end = path.size();
+    if (end > start) at = at.GetChild(path.substr(start, end - start));
+    start = end + 1;
+  }
+  std::vector<VXNodePtr> found;
+  if (at) {
+    const auto depth = static_cast<uint32_t>(std::min<int64_t>(filter.GetInt64(u"MaxDepth", 0), VXNodePtr::kWholeTree));
+    if (filter.GetBool(u"IsParent", false)) {
+      at.ForEachChild([&](const VXNodePtr& child) { found.push_back(child.Clone(depth == 0 ? 0 : depth - 1)); });
+    } else {
+      found.push_back(at.Clone(depth));
+    }
+  }
+  size_t next = 0;
+  HandOut(found, next, nodes, count, returned);
+  if (!cursor) return S_OK;
+  auto* rest = MakeHostComponent<CHostConfigCursor>();
+  rest->pending = std::move(found);
+  rest->next = next;
+  *cursor = rest;
+  return S_OK;
+}
+
+HRESULT CHostConfigProxy::FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count, uint32_t* returned) {
+  if (!cursor || !returned || (!nodes && count)) return E_INVALIDARG;
+  auto* rest = static_cast<CHostConfigCursor*>(cursor);
+  HandOut(rest->pending, rest->next, nodes, count, returned);
+  return S_OK;
 }

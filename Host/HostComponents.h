@@ -27,11 +27,20 @@ class CHostDataSourceManager : public CComponentBase, public IDataSourceManager 
   std::vector<CompPtr<ITriggerObserver>> observers_;
 };
 
-// "ConfigServer.Proxy": keeps the configuration observers, which the host
-// tells of changes with NotifyModified.
-class CHostConfigProxy : public CComponentBase, public IConfigSubscriptions, public IConfigSubscription {
+// "ConfigServer.Proxy" (and "Base.AppConfigStorage"): keeps the
+// configuration observers, which the host tells of changes with
+// NotifyModified, and finds nodes by path in the environment's `Config` tree,
+// whose root stands for the path "\".
+class CHostConfigProxy : public CComponentBase,
+                         public IConfigSubscriptions,
+                         public IConfigSubscription,
+                         public IConfigNodes {
  public:
-  using Interfaces = std::tuple<IConfigSubscriptions, IConfigSubscription>;
+  using Interfaces = std::tuple<IConfigSubscriptions, IConfigSubscription, IConfigNodes>;
+  void SetTree(const VXNodePtr& tree) { tree_ = tree; }
+  HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes, uint32_t count,
+                    uint32_t* returned) override;
+  HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count, uint32_t* returned) override;
   HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription, IConfigObserver* observer,
                     IConfigSubscription** out) override;
   HRESULT Start() override { return S_OK; }
@@ -41,6 +50,7 @@ class CHostConfigProxy : public CComponentBase, public IConfigSubscriptions, pub
 
  private:
   std::vector<CompPtr<IConfigObserver>> observers_;
+  VXNodePtr tree_;
 };
 
 // The executing component: prints each prepared query, as the commands'

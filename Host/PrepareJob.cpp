@@ -73,7 +73,9 @@ class Host {
     static_cast<IRequestContextMgr*>(contexts)->Release();
     static_cast<IServiceClient*>(services)->Release();
     names_.Add(u"DataSourceManager", dataSources_.get());
+    proxy_->SetTree(ChildOfType(environment, u"Config"));
     names_.Add(u"ConfigServer.Proxy", static_cast<IConfigSubscriptions*>(proxy_));
+    names_.Add(u"Base.AppConfigStorage", static_cast<IConfigSubscriptions*>(proxy_));
     const std::u16string executor = catalog.GetString(u"queries_processor", u"");
     if (!executor.empty()) names_.Add(executor, static_cast<IQueryProcessor*>(printer_));
     names_.Install();

@@ -46,3 +46,21 @@ struct IConfigSubscriptions : IComponent {
   virtual HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription, IConfigObserver* observer,
                             IConfigSubscription** out) = 0;
 };
+
+// The continuation of a configuration search.
+struct IConfigCursor : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D26}");
+};
+
+// "ConfigServer.Proxy" and "Base.AppConfigStorage": configuration nodes by
+// path. `filter` is a node named FilterByPath with `NodePath` (names joined
+// by "\"), `IsParent` (the children of the node at the path, not the node)
+// and `MaxDepth` (levels of children that come along).
+struct IConfigNodes : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D27}");
+  // Fills at most `count` nodes into `nodes`; `returned` tells how many. With
+  // a `cursor`, the rest of the search can be had from FindMore.
+  virtual HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes, uint32_t count,
+                            uint32_t* returned) = 0;
+  virtual HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count, uint32_t* returned) = 0;
+};

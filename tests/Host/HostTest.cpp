@@ -111,3 +111,46 @@ TEST(CatalogWatchTest, ReplacesTheConfiguredCatalogueOnChange) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(HostConfigProxyTest, FindsNodesByPathInChunks) {
+  auto* proxy = MakeHostComponent<CHostConfigProxy>();
+  proxy->SetTree(Node(R"x(<Config>
+      <_ _name="Tallyvane"><_ _name="ManagedObjects">
+        <Object _name="a"><Deep _name="d"/></Object><Object _name="b"/><Object _name="c"/>
+      </_></_>
+    </Config>)x"));
+  IConfigNodes* nodes = proxy;
+  auto filter = [](const std::u16string& path, bool isParent, int64_t depth) {
+    VXNodePtr f = VXNodePtr::Create(u"", u"FilterByPath");
+    f.SetString(u"NodePath", path);
+    f.SetBool(u"IsParent", isParent);
+    f.SetInt64(u"MaxDepth", depth);
+    return f;
+  };
+  VXNodePtr found[4];
+  uint32_t returned = 0;
+  CompPtr<IConfigCursor> cursor;
+  ASSERT_EQ(nodes->FindNodes(filter(u"\\Tallyvane\\ManagedObjects", true, 0x7FFFFFFF), cursor.Receive(), found, 2,
+                             &returned),
+            S_OK);
+  ASSERT_EQ(returned, 2u);
+  EXPECT_EQ(found[0].GetName(), u"a");
+  EXPECT_EQ(found[0].ChildCount(), 1u);
+  ASSERT_EQ(nodes->FindMore(cursor.get(), found, 2, &returned), S_OK);
+  ASSERT_EQ(returned, 1u);
+  EXPECT_EQ(found[0].GetName(), u"c");
+  EXPECT_EQ(nodes->FindMore(cursor.get(), found, 2, &returned), S_OK);
+  EXPECT_EQ(returned, 0u);
+
+  ASSERT_EQ(nodes->FindNodes(filter(u"\\Tallyvane\\ManagedObjects", false, 0), nullptr, found, 4, &returned), S_OK);
+  ASSERT_EQ(returned, 1u);
+  EXPECT_EQ(found[0].GetName(), u"ManagedObjects");
+  EXPECT_EQ(found[0].ChildCount(), 0u);  // depth 0: the node alone
+  ASSERT_EQ(nodes->FindNodes(filter(u"\\No\\Such", true, 1), nullptr, found, 4, &returned), S_OK);
+  EXPECT_EQ(returned, 0u);
+  static_cast<IConfigNodes*>(proxy)->Release();
+}
+
+}  // namespace
