@@ -66,18 +66,17 @@ class FakeHost : public CComponentBase,
 
 FakeHost* gHost = nullptr;
 
-// Counts the re-initialisation thread's failure lines.
-class RetryCounter : public Logger {
+// Counts the log lines that hold `marker`.
+class LineCounter : public Logger {
  public:
+  explicit LineCounter(std::u16string_view marker) : marker_(marker) {}
   void Write(const char16_t* text, size_t length) override {
-    if (std::u16string_view(text, length).find(u"CScriptwright::ReinitializeThread failed: ") !=
-        std::u16string_view::npos) {
-      ++count_;
-    }
+    if (std::u16string_view(text, length).find(marker_) != std::u16string_view::npos) ++count_;
   }
   int Count() const { return count_; }
 
  private:
+  std::u16string_view marker_;
   std::atomic<int> count_{0};
 };
 
@@ -161,7 +160,7 @@ TEST_F(ScriptwrightTest, NotificationsRebuildTheEngineAndFailuresAreRetried) {
 
   // A catalogue that fails to load is retried every 100 ms. The tree is not
   // touched while the thread reads it: the failures are counted in the log.
-  static RetryCounter counter;
+  static LineCounter counter(u"CScriptwright::ReinitializeThread failed: ");
   static const bool counting = AddLogger(&counter);
   ASSERT_TRUE(counting);
   catalog_.DeleteAttribute(u"complex_condition_names");
@@ -170,6 +169,30 @@ TEST_F(ScriptwrightTest, NotificationsRebuildTheEngineAndFailuresAreRetried) {
   component_.As<IShutdown>()->Shutdown();
   EXPECT_GE(counter.Count(), 2);
   EXPECT_LE(counter.Count(), 5);
+}
+
+TEST_F(ScriptwrightTest, ANotificationDuringARebuildCausesOneMore) {
+  for (int i = 0; i < 3000; ++i) {  // a catalogue that takes a while to load
+    catalog_.AddChild(Node("<query_template _name=\"t" + std::to_string(i) +
+                           "\"><sql_command _name=\"c\" command=\"SELECT 1\"/></query_template>"));
+  }
+  ASSERT_EQ(component_->Configure(catalog_), S_OK);
+  static LineCounter rebuilds(u"Initialize signled...");
+  static const bool counting = AddLogger(&rebuilds);
+  ASSERT_TRUE(counting);
+  SetMaxSeverity(Severity::DBG);
+  const int before = rebuilds.Count();
+  gHost->configObserver->OnModify(VXNodePtr());
+  while (rebuilds.Count() == before) std::this_thread::sleep_for(1ms);
+  gHost->configObserver->OnModify(VXNodePtr());  // the first rebuild is under way
+  gHost->configObserver->OnRemoved(VXNodePtr());  // merges with the one before
+  for (auto deadline = std::chrono::steady_clock::now() + 5s;
+       rebuilds.Count() - before < 2 && std::chrono::steady_clock::now() < deadline;) {
+    std::this_thread::sleep_for(1ms);
+  }
+  std::this_thread::sleep_for(300ms);  // time for a third, which must not come
+  SetMaxSeverity(Severity::ERR);
+  EXPECT_EQ(rebuilds.Count() - before, 2);
 }
 
 TEST_F(ScriptwrightTest, ShutdownEndsARetryingThreadAndMayComeFirst) {
