@@ -13,10 +13,8 @@ class MessageCache {
 
   std::optional<std::u16string> Find(uint32_t code) const;
   void Store(uint32_t code, const std::u16string& text);
-  void SetEnabled(bool enabled);
 
  private:
   mutable std::shared_mutex lock_;
   std::unordered_map<uint32_t, std::u16string> texts_;  // guarded by lock_
-  bool enabled_ = true;                                 // guarded by lock_
 };
