@@ -7,6 +7,7 @@
 #include "Common/Logger.h"
 #include "Common/StderrLogger.h"
 #include "Host/PrepareJob.h"
+#include "Host/TraceLogger.h"
 
 int main(int argc, char** argv) {
   CLI::App app{"Scriptwright: turns audit-report requests into Transact-SQL batches.", "scriptwright"};
@@ -30,10 +31,16 @@ int main(int argc, char** argv) {
   app.add_option("--log-level", logLevel, "Highest severity written to the log, in place of the settings")
       ->check(CLI::IsMember({"NONE", "CRIT", "ERR", "WARN", "INFO", "DBG", "DBG2", "DBG3"}));
   app.add_flag("--log-stderr", logToStderr, "Also write the log lines to standard error");
+  bool trace = false;
+  app.add_flag("--trace", trace, "Show the command text after each processor, on standard error");
 
   CLI11_PARSE(app, argc, argv);
-  Severity severity;
+  Severity severity = Severity::NONE;
   if (!logLevel.empty() && ParseSeverity(ToUtf16(logLevel), severity)) SetMaxSeverity(severity);
   if (logToStderr) AddLogger(new StderrLogger);  // lives as long as the process
+  if (trace) {
+    AddLogger(new TraceLogger(std::cerr));
+    if (logLevel.empty() || severity < Severity::DBG) SetMaxSeverity(Severity::DBG);
+  }
   return RunPrepareJob(prepare, std::cout, std::cerr);
 }

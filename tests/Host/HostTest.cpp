@@ -154,3 +154,21 @@ TEST(HostConfigProxyTest, FindsNodesByPathInChunks) {
 }
 
 }  // namespace
+
+#include "Host/TraceLogger.h"
+
+namespace {
+
+TEST(TraceLoggerTest, KeepsOnlyTheTextAfterEachProcessor) {
+  std::ostringstream out;
+  TraceLogger trace(out);
+  const std::u16string lines[] = {
+      u"2026-11-23 04:09:46.0056792 | DBG  |  1  1 | SQLCommand.cpp:80   |   ***********Processor:%TOP% Result:\n"
+      u"SELECT TOP 10 *\r\n",
+      u"2026-11-23 04:09:46.0056792 | DBG  |  1  1 | Scriptwright.cpp:50 | Entering: X\r\n",
+  };
+  for (const auto& line : lines) trace.Write(line.data(), line.size());
+  EXPECT_EQ(out.str(), "-- after %TOP% Result:\nSELECT TOP 10 *\n");
+}
+
+}  // namespace
