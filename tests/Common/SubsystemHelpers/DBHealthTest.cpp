@@ -1,0 +1,314 @@
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <vector>
+
+#include "Common/Components/ComponentObject.h"
+#include "Common/Components/NamedInstances.h"
+#include "Common/Logger.h"
+#include "Common/Nodes/NodeTextReader.h"
+#include "Common/ServiceLayer/ServiceInterfaces.h"
+#include "Common/SubsystemHelpers/DBHealth.h"
+#include "Common/Text.h"
+
+namespace {
+
+VXNodePtr Node(const std::string& text) { return ReadNodeText("<nr>" + text + "</nr>", "test")[0]; }
+
+// "Core.RequestContextMgr": one thread's contexts, with every exchange kept.
+class FakeContexts : public CComponentBase, public IRequestContextMgr {
+ public:
+  using Interfaces = std::tuple<IRequestContextMgr>;
+  HRESULT ExchangeContext(int32_t kind, const VXNodePtr& context, VXNodePtr* previous) override {
+    exchanges.push_back({kind, context});
+    *previous = current;
+    current = context;
+    return S_OK;
+  }
+  HRESULT GetContext(int32_t, const VXNodePtr&, VXNodePtr* context) override {
+    *context = current;
+    return S_OK;
+  }
+
+  struct Exchange {
+    int32_t kind;
+    VXNodePtr context;
+  };
+  VXNodePtr current;
+  std::vector<Exchange> exchanges;
+};
+
+// "Core.ServiceClient" and the gate's proxy in one object.
+class FakeGate : public CComponentBase, public IServiceClient, public IServiceProxy {
+ public:
+  using Interfaces = std::tuple<IServiceClient, IServiceProxy>;
+  HRESULT OpenService(const char16_t* url, uint32_t flags, const GUID& iid, void** proxy) override {
+    urls.emplace_back(url);
+    openFlags = flags;
+    if (Failed(openStatus)) return openStatus;
+    return static_cast<IServiceClient*>(this)->QueryInterface(iid, proxy);
+  }
+  HRESULT Call(const VXNodePtr& request, VXNodePtr* out) override {
+    requests.push_back(request.Clone());
+    contextsAtCall.push_back(contexts ? contexts->current : VXNodePtr());
+    if (Failed(callStatus)) return callStatus;
+    *out = response;
+    return S_OK;
+  }
+
+  FakeContexts* contexts = nullptr;
+  HRESULT openStatus = S_OK;
+  HRESULT callStatus = S_OK;
+  VXNodePtr response;
+  std::vector<std::u16string> urls;
+  uint32_t openFlags = 99;
+  std::vector<VXNodePtr> requests;
+  std::vector<VXNodePtr> contextsAtCall;
+};
+
+FakeContexts* gContexts = nullptr;
+FakeGate* gGate = nullptr;
+
+HRESULT Provide(const char16_t* name, uint32_t, const GUID* iid, void** out) {
+  const std::u16string_view wanted(name);
+  if (wanted == u"Core.RequestContextMgr" && gContexts) {
+    return static_cast<IRequestContextMgr*>(gContexts)->QueryInterface(*iid, out);
+  }
+  if (wanted == u"Core.ServiceClient" && gGate)
+    return static_cast<IServiceClient*>(gGate)->QueryInterface(*iid, out);
+  return E_NOTFOUND;
+}
+
+// Keeps the lines of the log, for the traces.
+class Capture : public Logger {
+ public:
+  void Write(const char16_t* text, size_t length) override {
+    std::lock_guard guard(lock_);
+    text_.append(text, length);
+  }
+  bool Has(std::u16string_view part) {
+    std::lock_guard guard(lock_);
+    return text_.find(part) != std::u16string::npos;
+  }
+  void Clear() {
+    std::lock_guard guard(lock_);
+    text_.clear();
+  }
+
+ private:
+  std::mutex lock_;
+  std::u16string text_;
+};
+
+template <typename T, typename I>
+T* Make() {
+  I* made = nullptr;
+  Check(CComponentObject<T>::Create(I::kIid, reinterpret_cast<void**>(&made)));
+  return static_cast<T*>(made);
+}
+
+class DBHealthTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    gContexts = Make<FakeContexts, IRequestContextMgr>();
+    gGate = Make<FakeGate, IServiceClient>();
+    gGate->contexts = gContexts;
+    gContexts->current = caller_;
+    ScriptwrightSetNamedInstanceProvider(&Provide);
+  }
+  void TearDown() override {
+    ScriptwrightSetNamedInstanceProvider(nullptr);
+    static_cast<IRequestContextMgr*>(gContexts)->Release();
+    static_cast<IServiceClient*>(gGate)->Release();
+    gContexts = nullptr;
+    gGate = nullptr;
+  }
+
+  // The status LoadHealthInfo raises, or S_OK.
+  static HRESULT Load(CDBHealth& health) {
+    try {
+      health.LoadHealthInfo();
+      return S_OK;
+    } catch (const HRX& failure) {
+      return failure.code();
+    }
+  }
+
+  const VXNodePtr caller_ = Node(R"(<Token _name="auditor"/>)");
+};
+
+constexpr char kEntries[] = R"x(<_>
+    <_ _name="DatabaseHealthResponse">
+      <_ _name="DatabaseHealthEntry" DbName="Audit" Available="bool:true" Mandatory="bool:false"/>
+      <_ _name="Other" DbName="Ignored" Available="bool:true" Mandatory="bool:true"/>
+      <_ _name="DatabaseHealthEntry" DbName="Offline" Available="bool:false" Mandatory="bool:true"/>
+      <_ _name="DatabaseHealthEntry" DbName="Audit" Available="bool:false" Mandatory="bool:true"/>
+    </_>
+  </_>)x";
+
+TEST_F(DBHealthTest, LooksUpWhatTheGateReports) {
+  struct Lookup {
+    const char16_t* name;
+    bool known;
+    bool available;
+    bool mandatory;
+  };
+  struct Case {
+    const char* what;
+    const char* response;
+    std::vector<Lookup> lookups;
+  };
+  const Case cases[] = {
+      {"entries; the first of a name counts; other children are ignored",
+       kEntries,
+       {{u"Audit", true, true, false},
+        {u"Offline", true, false, true},
+        {u"AUDIT", false, false, false},
+        {u"audit", false, false, false},
+        {u"Ignored", false, false, false},
+        {u"", false, false, false}}},
+      {"a response with no entries",
+       R"(<_><_ _name="DatabaseHealthResponse"/></_>)",
+       {{u"Audit", false, false, false}}},
+      {"a response without DatabaseHealthResponse",
+       R"(<_><_ _name="Something"/></_>)",
+       {{u"Audit", false, false, false}}},
+      {"an empty response", "", {{u"Audit", false, false, false}}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    gGate->response = *c.response ? Node(c.response) : VXNodePtr();
+    CDBHealth health;
+    ASSERT_EQ(Load(health), S_OK);
+    for (const auto& lookup : c.lookups) {
+      SCOPED_TRACE(ToUtf8(lookup.name));
+      for (const bool before : {false, true}) {  // an unknown name leaves either value as it was
+        bool available = before;
+        bool mandatory = before;
+        EXPECT_EQ(health.GetDBInfoByName(lookup.name, &available, &mandatory), lookup.known);
+        EXPECT_EQ(available, lookup.known ? lookup.available : before);
+        EXPECT_EQ(mandatory, lookup.known ? lookup.mandatory : before);
+      }
+    }
+  }
+}
+
+TEST_F(DBHealthTest, TracesTheResponseAndEachLookUp) {
+  static Capture capture;
+  static const bool added = AddLogger(&capture);
+  ASSERT_TRUE(added);
+  capture.Clear();
+  SetMaxSeverity(Severity::DBG);
+  gGate->response = Node(kEntries);
+  CDBHealth health;
+  health.LoadHealthInfo();
+  health.GetDBInfoByName(u"Offline", nullptr, nullptr);
+  health.GetDBInfoByName(u"Unknown", nullptr, nullptr);
+  SetMaxSeverity(Severity::ERR);
+  for (const std::u16string_view line :
+       {u"Health info:VXNode[0x", u"DbName=\"Offline\"", u" DBName:Offline",
+        u"Available:false Mandatory:true", u" DBName:Unknown"}) {
+    EXPECT_TRUE(capture.Has(line)) << ToUtf8(line);
+  }
+}
+
+TEST_F(DBHealthTest, NullPointersAreLeftOut) {
+  gGate->response = Node(kEntries);
+  CDBHealth health;
+  health.LoadHealthInfo();
+  bool available = false;
+  EXPECT_TRUE(health.GetDBInfoByName(u"Audit", &available, nullptr));
+  EXPECT_TRUE(available);
+  bool mandatory = false;
+  EXPECT_TRUE(health.GetDBInfoByName(u"Offline", nullptr, &mandatory));
+  EXPECT_TRUE(mandatory);
+  EXPECT_TRUE(health.GetDBInfoByName(u"Offline", nullptr, nullptr));
+}
+
+TEST_F(DBHealthTest, EntryWithoutAnAttributeFails) {
+  for (const char* entry :
+       {R"(Available="bool:true" Mandatory="bool:true")", R"(DbName="A" Mandatory="bool:true")",
+        R"(DbName="A" Available="bool:true")"}) {
+    SCOPED_TRACE(entry);
+    gGate->response = Node(
+        std::string(R"(<_><_ _name="DatabaseHealthResponse"><_ _name="DatabaseHealthEntry" )") +
+        entry + "/></_></_>");
+    CDBHealth health;
+    EXPECT_EQ(Load(health), E_NOTFOUND);
+  }
+}
+
+TEST_F(DBHealthTest, AsksTheGateOnceInAContextWithoutToken) {
+  gGate->response = Node(kEntries);
+  CDBHealth health;
+  health.LoadHealthInfo();
+  bool available = false;
+  for (int i = 0; i < 3; ++i) health.GetDBInfoByName(u"Audit", &available, nullptr);
+
+  ASSERT_EQ(gGate->urls, std::vector<std::u16string>{u"Service.DatabaseManagementGate"});
+  EXPECT_EQ(gGate->openFlags, 0u);
+  ASSERT_EQ(gGate->requests.size(), 1u);
+  const VXNodePtr& request = gGate->requests[0];
+  EXPECT_EQ(request.GetName(), u"DatabaseHealthRequest");
+  EXPECT_TRUE(request.AttributeNames().empty());
+
+  ASSERT_EQ(gContexts->exchanges.size(), 2u);
+  const VXNodePtr& entered = gContexts->exchanges[0].context;
+  EXPECT_EQ(gContexts->exchanges[0].kind, 1);
+  ASSERT_TRUE(entered);
+  EXPECT_NE(entered.get(), caller_.get());
+  EXPECT_TRUE(entered.AttributeNames().empty());
+  EXPECT_EQ(entered.ChildCount(), 0u);
+  EXPECT_EQ(gGate->contextsAtCall[0].get(), entered.get());
+  EXPECT_EQ(gContexts->exchanges[1].kind, 1);
+  EXPECT_EQ(gContexts->current.get(), caller_.get());
+
+  CDBHealth second;  // each object asks anew
+  second.LoadHealthInfo();
+  EXPECT_EQ(gGate->requests.size(), 2u);
+}
+
+TEST_F(DBHealthTest, FailuresAreRaisedAndTheContextIsRestored) {
+  struct Case {
+    const char* what;
+    HRESULT openStatus;
+    HRESULT callStatus;
+    bool noClient;
+    HRESULT expected;
+  };
+  const Case cases[] = {
+      {"the call fails", S_OK, static_cast<HRESULT>(0x800706BA), false,
+       static_cast<HRESULT>(0x800706BA)},
+      {"the service cannot be opened", E_NOTFOUND, S_OK, false, E_NOTFOUND},
+      {"no service client", S_OK, S_OK, true, E_NOTFOUND},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    gGate->openStatus = c.openStatus;
+    gGate->callStatus = c.callStatus;
+    gGate->response = Node(kEntries);
+    FakeGate* gate = gGate;
+    if (c.noClient) gGate = nullptr;
+    gContexts->exchanges.clear();
+    CDBHealth health;
+    EXPECT_EQ(Load(health), c.expected);
+    gGate = gate;
+    EXPECT_FALSE(health.GetDBInfoByName(u"Audit", nullptr, nullptr));
+    ASSERT_EQ(gContexts->exchanges.size(), 2u);
+    EXPECT_EQ(gContexts->current.get(), caller_.get());
+  }
+}
+
+TEST_F(DBHealthTest, WithoutContextManagerTheCallStillRuns) {
+  FakeContexts* contexts = gContexts;
+  gContexts = nullptr;
+  gGate->contexts = nullptr;
+  gGate->response = Node(kEntries);
+  CDBHealth health;
+  EXPECT_EQ(Load(health), S_OK);
+  EXPECT_TRUE(health.GetDBInfoByName(u"Audit", nullptr, nullptr));
+  gContexts = contexts;
+  EXPECT_TRUE(gContexts->exchanges.empty());
+}
+
+}  // namespace
