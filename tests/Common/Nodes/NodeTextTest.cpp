@@ -239,6 +239,11 @@ TEST(NodeTextTest, DepthIsLimitedAtTheDocumentedLevel) {
   const VXNodePtr deepest = ReadOne(nested(kMaxTreeDepth));
   EXPECT_FALSE(TreeDeeperThan(deepest.get(), kMaxTreeDepth));
   EXPECT_TRUE(TreeDeeperThan(deepest.get(), kMaxTreeDepth - 1));
+  // Every walk takes a tree at the limit: writing, reading back, cloning, dumping.
+  const VXNodePtr back = ReadOne(WriteNodeText({deepest.Clone()}));
+  EXPECT_FALSE(TreeDeeperThan(back.get(), kMaxTreeDepth));
+  EXPECT_TRUE(TreeDeeperThan(back.get(), kMaxTreeDepth - 1));
+  EXPECT_TRUE(DumpNode(back, NodeDumpMask(u"x")).ends_with(u"  </a>\n"));
   // The element that would be level 1001 starts after "<nr>" and 1000 "<a>".
   EXPECT_EQ(ErrorOf(nested(kMaxTreeDepth + 1)),
             "0x8007000D The data is invalid: test.xml:1:3006: the tree is deeper than 1000 levels");
