@@ -25,13 +25,15 @@ void NodeDumpMask::Merge(std::u16string_view hiddenList) {
   while (!hiddenList.empty()) {
     const size_t end = hiddenList.find_first_of(u",;");
     const std::u16string_view entry = Trim(hiddenList.substr(0, end));
-    hiddenList = end == std::u16string_view::npos ? std::u16string_view() : hiddenList.substr(end + 1);
+    hiddenList =
+        end == std::u16string_view::npos ? std::u16string_view() : hiddenList.substr(end + 1);
     if (entry.empty()) continue;
     const size_t dot = entry.find(u'.');
     if (dot == std::u16string_view::npos) {
       entries_.push_back({u"", std::u16string(entry)});
     } else {
-      entries_.push_back({std::u16string(entry.substr(0, dot)), std::u16string(entry.substr(dot + 1))});
+      entries_.push_back(
+          {std::u16string(entry.substr(0, dot)), std::u16string(entry.substr(dot + 1))});
     }
   }
 }
@@ -41,19 +43,4 @@ bool NodeDumpMask::Hides(std::u16string_view type, std::u16string_view attribute
     if (entry.attribute == attribute && (entry.type.empty() || entry.type == type)) return true;
   }
   return false;
-}
-
-VXNodePtr NodeDumpMask::Apply(const VXNodePtr& node) const {
-  if (entries_.empty() || !node) return node;
-  VXNodePtr copy = node.Clone();
-  MaskTree(copy);
-  return copy;
-}
-
-void NodeDumpMask::MaskTree(const VXNodePtr& node) const {
-  const std::u16string type = node.GetType();
-  for (const auto& name : node.AttributeNames()) {
-    if (Hides(type, name)) node.SetString(name, kMaskText);
-  }
-  node.ForEachChild([&](const VXNodePtr& child) { MaskTree(child); });
 }

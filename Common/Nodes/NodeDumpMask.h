@@ -4,8 +4,6 @@
 #include <string_view>
 #include <vector>
 
-#include "Common/Nodes/VXNodePtr.h"
-
 // Which attribute values a node dump hides, and the text that stands in for
 // them ("********"). An entry is "Attr" (on any node) or "Type.Attr" (on
 // nodes of that type only); a list is written with "," or ";" between entries:
@@ -26,18 +24,15 @@ class NodeDumpMask {
   void Merge(std::u16string_view hiddenList);
   bool Empty() const { return entries_.empty(); }
 
-  // A copy of the tree with every hidden attribute's value replaced by the
-  // mask text; the tree itself when nothing is hidden.
-  VXNodePtr Apply(const VXNodePtr& node) const;
+  // True when the value of `attribute` on a node of type `type` (empty for
+  // a node without type) is hidden.
+  bool Hides(std::u16string_view type, std::u16string_view attribute) const;
 
  private:
   struct Entry {
     std::u16string type;  // empty: any node
     std::u16string attribute;
   };
-
-  bool Hides(std::u16string_view type, std::u16string_view attribute) const;
-  void MaskTree(const VXNodePtr& node) const;
 
   std::vector<Entry> entries_;
 };

@@ -1,97 +1,182 @@
 #include "Common/Nodes/NodeTextReader.h"
 
-#include <pugixml.hpp>
-
 #include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <pugixml.hpp>
 #include <sstream>
 
 #include "Common/ErrorHandling.h"
+#include "Common/Nodes/NodeTextBytes.h"
 #include "Common/Nodes/NodeValueText.h"
+#include "Common/Nodes/TreeDepth.h"
 #include "Common/Text.h"
 
 namespace {
 
 constexpr unsigned kParseOptions = pugi::parse_escapes | pugi::parse_eol | pugi::parse_cdata;
 
+bool IsAttributeElement(const pugi::xml_node& node) {
+  return std::strcmp(node.name(), "_attr") == 0;
+}
+
+pugi::xml_node ElementFrom(pugi::xml_node node) {
+  while (node && node.type() != pugi::node_element) node = node.next_sibling();
+  return node;
+}
+
 class Reader {
  public:
-  Reader(std::string_view text, std::string_view source) : original_(text), source_(source), buffer_(text) {}
+  Reader(std::string_view text, std::string_view source)
+      : original_(text), source_(source), buffer_(text) {}
 
   std::vector<VXNodePtr> Read() {
+    if (const auto fault = FindNodeTextFault(original_)) Fail(fault->offset, fault->message);
     pugi::xml_document document;
     const pugi::xml_parse_result result = document.load_buffer_inplace(
         buffer_.data(), buffer_.size(), kParseOptions, pugi::encoding_utf8);
     if (!result) Fail(static_cast<size_t>(result.offset), ToUtf16(result.description()));
     const pugi::xml_node root = document.document_element();
-    if (std::strcmp(root.name(), "nr") != 0) Fail(Offset(root.name()), u"the root element must be <nr>");
+    if (std::strcmp(root.name(), "nr") != 0)
+      Fail(Offset(root.name()), u"the root element must be <nr>");
     RefuseText(root);
     std::vector<VXNodePtr> nodes;
-    for (pugi::xml_node child = root.first_child(); child; child = child.next_sibling()) {
-      if (child.type() == pugi::node_element) nodes.push_back(Node(child));
+    for (pugi::xml_node child = ElementFrom(root.first_child()); child;
+         child = ElementFrom(child.next_sibling())) {
+      nodes.push_back(Tree(child));
     }
     return nodes;
   }
 
  private:
-  VXNodePtr Node(const pugi::xml_node& element) {
-    RefuseText(element);
-    VXNodePtr node = VXNodePtr::Create(u"");
-    const std::string_view tag = element.name();
-    if (tag == "_attr") Fail(Offset(element.name()), u"<_attr> must come first in an element");
-    if (tag != "_") node.SetType(ToUtf16(tag));
-    for (pugi::xml_attribute attribute = element.first_attribute(); attribute; attribute = attribute.next_attribute()) {
-      Attribute(node, attribute.name(), attribute.value());
-    }
-    bool attributesDone = false;
-    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
-      if (child.type() != pugi::node_element) continue;
-      if (std::string_view(child.name()) == "_attr" && !attributesDone) {
-        AttributeElement(node, child);
+  // An element still open, with the next of its child elements to read.
+  struct Frame {
+    VXNodePtr node;
+    pugi::xml_node next;
+  };
+
+  // Reads without recursion and checks the depth before each step down, so
+  // a document of any depth is refused without exhausting the stack.
+  VXNodePtr Tree(const pugi::xml_node& top) {
+    Frame first;
+    first.node = Node(top, first.next);
+    std::vector<Frame> open;
+    open.push_back(std::move(first));
+    while (!open.empty()) {
+      const pugi::xml_node element = open.back().next;
+      if (!element) {
+        if (open.size() == 1) return std::move(open.back().node);
+        open.pop_back();
         continue;
       }
-      attributesDone = true;
-      node.AddChild(Node(child));
+      open.back().next = ElementFrom(element.next_sibling());
+      if (open.size() >= kMaxTreeDepth) {
+        Fail(Offset(element.name()),
+             u"the tree is deeper than " + ToText(int64_t{kMaxTreeDepth}) + u" levels");
+      }
+      Frame child;
+      child.node = Node(element, child.next);
+      open.back().node.AddChild(child.node);
+      open.push_back(std::move(child));
+    }
+    return VXNodePtr();
+  }
+
+  // The node of one element with its attributes; `children` is set to its
+  // first child element that is a node.
+  VXNodePtr Node(const pugi::xml_node& element, pugi::xml_node& children) {
+    RefuseText(element);
+    if (IsAttributeElement(element))
+      Fail(Offset(element.name()), u"<_attr> must come first in an element");
+    VXNodePtr node = VXNodePtr::Create(u"");
+    const std::string_view tag = element.name();
+    if (tag != "_") node.SetType(ToUtf16(tag));
+    Reserved seen;
+    for (pugi::xml_attribute attribute = element.first_attribute(); attribute;
+         attribute = attribute.next_attribute()) {
+      Attribute(node, tag == "_", seen, attribute);
+    }
+    children = ElementFrom(element.first_child());
+    for (; children && IsAttributeElement(children);
+         children = ElementFrom(children.next_sibling())) {
+      AttributeElement(node, children);
     }
     return node;
   }
 
-  void Attribute(const VXNodePtr& node, std::string_view name, const char* value) {
-    const std::u16string text = ToUtf16(value);
-    if (name == "_type" || name == "_name" || name == "_value") {
-      std::u16string parsed, error;
-      if (!ParseStringValue(text, parsed, error)) Fail(Offset(value), error);
-      if (name == "_type") node.SetType(parsed);
-      else if (name == "_name") node.SetName(parsed);
-      else node.SetValue(parsed);
+  // Which of the reserved attributes an element has given.
+  struct Reserved {
+    bool type = false, name = false, value = false;
+  };
+
+  void Attribute(const VXNodePtr& node, bool untyped, Reserved& seen,
+                 const pugi::xml_attribute& attribute) {
+    const std::string_view name = attribute.name();
+    const char* value = attribute.value();
+    bool* given = name == "_type"    ? &seen.type
+                  : name == "_name"  ? &seen.name
+                  : name == "_value" ? &seen.value
+                                     : nullptr;
+    if (!given) {
+      if (name.starts_with("_"))
+        Fail(Offset(name.data()), u"unknown reserved attribute '" + ToUtf16(name) + u"'");
+      SetTyped(node, ToUtf16(name), ToUtf16(value), name.data(), value);
       return;
     }
-    if (name.starts_with("_")) Fail(Offset(name.data()), u"unknown reserved attribute '" + ToUtf16(name) + u"'");
-    SetTyped(node, ToUtf16(name), text, value);
+    if (*given) Fail(Offset(name.data()), u"attribute '" + ToUtf16(name) + u"' is given twice");
+    *given = true;
+    if (given == &seen.type && !untyped) {
+      Fail(Offset(name.data()), u"_type belongs on <_>: this element's name is already its type");
+    }
+    std::u16string parsed, error;
+    if (!ParseStringValue(ToUtf16(value), parsed, error)) Fail(Offset(value), error);
+    if (given == &seen.type)
+      node.SetType(parsed);
+    else if (given == &seen.name)
+      node.SetName(parsed);
+    else
+      node.SetValue(parsed);
   }
 
   void AttributeElement(const VXNodePtr& node, const pugi::xml_node& element) {
-    const pugi::xml_attribute name = element.attribute("_name");
-    const pugi::xml_attribute value = element.attribute("_value");
+    RefuseText(element);
+    if (const pugi::xml_node inner = ElementFrom(element.first_child())) {
+      Fail(Offset(inner.name()), u"<_attr> holds no elements");
+    }
+    pugi::xml_attribute name, value;
+    for (pugi::xml_attribute a = element.first_attribute(); a; a = a.next_attribute()) {
+      const std::string_view which = a.name();
+      pugi::xml_attribute* slot = which == "_name" ? &name : which == "_value" ? &value : nullptr;
+      if (!slot) Fail(Offset(a.name()), u"<_attr> takes only _name and _value");
+      if (*slot) Fail(Offset(a.name()), u"attribute '" + ToUtf16(which) + u"' is given twice");
+      *slot = a;
+    }
     if (!name || !value) Fail(Offset(element.name()), u"<_attr> needs _name and _value");
     std::u16string parsedName, error;
-    if (!ParseStringValue(ToUtf16(name.value()), parsedName, error)) Fail(Offset(name.value()), error);
-    SetTyped(node, parsedName, ToUtf16(value.value()), value.value());
+    if (!ParseStringValue(ToUtf16(name.value()), parsedName, error))
+      Fail(Offset(name.value()), error);
+    SetTyped(node, parsedName, ToUtf16(value.value()), element.name(), value.value());
   }
 
-  void SetTyped(const VXNodePtr& node, const std::u16string& name, const std::u16string& text, const char* where) {
+  // `nameAt` and `valueAt` point into the buffer, for messages.
+  void SetTyped(const VXNodePtr& node, const std::u16string& name, const std::u16string& text,
+                const char* nameAt, const char* valueAt) {
+    if (node.HasAttribute(name)) Fail(Offset(nameAt), u"attribute '" + name + u"' is given twice");
     uint32_t type = 0;
     std::vector<uint8_t> data;
     std::u16string error;
-    if (!ParseAttributeValue(text, type, data, error)) Fail(Offset(where), u"attribute '" + name + u"': " + error);
-    node.SetAttribute(name, type, data.empty() ? nullptr : data.data(), static_cast<uint32_t>(data.size()));
+    if (!ParseAttributeValue(text, type, data, error))
+      Fail(Offset(valueAt), u"attribute '" + name + u"': " + error);
+    node.SetAttribute(name, type, data.empty() ? nullptr : data.data(),
+                      static_cast<uint32_t>(data.size()));
   }
 
   // Text content has no place in a node; only blanks between elements.
   void RefuseText(const pugi::xml_node& element) {
     for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
       if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
-        Fail(Offset(child.value()), u"text is not allowed between elements; put values in attributes");
+        Fail(Offset(child.value()),
+             u"text is not allowed between elements; put values in attributes");
       }
     }
   }
@@ -112,8 +197,9 @@ class Reader {
         ++column;
       }
     }
-    ThrowError(E_INVALID_DATA, u": " + ToUtf16(source_) + u":" + ToText(static_cast<int64_t>(line)) + u":" +
-                                   ToText(static_cast<int64_t>(column)) + u": " + std::u16string(message));
+    ThrowError(E_INVALID_DATA,
+               u": " + ToUtf16(source_) + u":" + ToText(static_cast<int64_t>(line)) + u":" +
+                   ToText(static_cast<int64_t>(column)) + u": " + std::u16string(message));
   }
 
   std::string_view original_;
@@ -128,6 +214,12 @@ std::vector<VXNodePtr> ReadNodeText(std::string_view utf8, std::string_view sour
 }
 
 std::vector<VXNodePtr> ReadNodeTextFile(const std::string& path) {
+  std::error_code error;
+  // Opening a directory succeeds on Linux and reads as empty, which the
+  // parser would report as a document without elements.
+  if (std::filesystem::is_directory(path, error)) {
+    ThrowError(E_INVALIDARG, u": '" + ToUtf16(path) + u"' is a directory, not a node text file");
+  }
   std::ifstream in(path, std::ios::binary);
   if (!in) ThrowError(E_FILE_NOT_FOUND, u": cannot read '" + ToUtf16(path) + u"'");
   std::stringstream content;

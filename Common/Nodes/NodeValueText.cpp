@@ -18,9 +18,9 @@ struct Prefix {
 };
 
 constexpr Prefix kPrefixes[] = {
-    {u"str", VXN_STRING}, {u"u16", kHexString}, {u"null", VXN_EMPTY}, {u"i32", VXN_INT32},
-    {u"u32", VXN_UINT32}, {u"i64", VXN_INT64},  {u"u64", VXN_UINT64}, {u"bool", VXN_BOOL},
-    {u"guid", VXN_GUID},
+    {u"str", VXN_STRING}, {u"u16", kHexString}, {u"null", VXN_EMPTY},
+    {u"i32", VXN_INT32},  {u"u32", VXN_UINT32}, {u"i64", VXN_INT64},
+    {u"u64", VXN_UINT64}, {u"bool", VXN_BOOL},  {u"guid", VXN_GUID},
 };
 
 bool IsListable(uint32_t type) { return type != kHexString && type != VXN_EMPTY; }
@@ -57,7 +57,8 @@ void ScanXmlChars(std::u16string_view text, Each each) {
   for (size_t i = 0; i < text.size(); ++i) {
     const char16_t c = text[i];
     if (IsSurrogate(c)) {
-      const bool pair = c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
+      const bool pair =
+          c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
       each(i, pair);
       if (pair) each(++i, true);
       continue;
@@ -76,12 +77,23 @@ void AppendQuoted(std::u16string& out, std::u16string_view text) {
   ScanXmlChars(text, [&](size_t i, bool valid) {
     const char16_t c = text[i];
     switch (c) {
-      case u'"': out += u"\\\""; return;
-      case u'\\': out += u"\\\\"; return;
-      case u'\n': out += u"\\n"; return;
-      case u'\r': out += u"\\r"; return;
-      case u'\t': out += u"\\t"; return;
-      default: break;
+      case u'"':
+        out += u"\\\"";
+        return;
+      case u'\\':
+        out += u"\\\\";
+        return;
+      case u'\n':
+        out += u"\\n";
+        return;
+      case u'\r':
+        out += u"\\r";
+        return;
+      case u'\t':
+        out += u"\\t";
+        return;
+      default:
+        break;
     }
     if (valid) {
       out += c;
@@ -102,11 +114,18 @@ std::u16string ScalarText(uint32_t type, const uint8_t* p, size_t size) {
 
 size_t ElementSize(uint32_t scalarType) {
   switch (scalarType) {
-    case VXN_INT32: case VXN_UINT32: return 4;
-    case VXN_INT64: case VXN_UINT64: return 8;
-    case VXN_BOOL: return 1;
-    case VXN_GUID: return 16;
-    default: return 0;
+    case VXN_INT32:
+    case VXN_UINT32:
+      return 4;
+    case VXN_INT64:
+    case VXN_UINT64:
+      return 8;
+    case VXN_BOOL:
+      return 1;
+    case VXN_GUID:
+      return 16;
+    default:
+      return 0;
   }
 }
 
@@ -200,16 +219,22 @@ class ListParser {
     if (type_ == VXN_STRING) {
       std::u16string value;
       if (!Quoted(value, error)) return false;
+      // U+0000 ends an element in the list layout: it would split this one.
+      if (value.find(u'\0') != std::u16string::npos)
+        return Fail(error, u"a string in a list cannot hold U+0000");
       value += u'\0';
       const auto* p = reinterpret_cast<const uint8_t*>(value.data());
       data.insert(data.end(), p, p + value.size() * 2);
       return true;
     }
     const size_t start = pos_;
-    while (pos_ < text_.size() && text_[pos_] != u',' && text_[pos_] != u']' && !IsBlank(text_[pos_])) ++pos_;
+    while (pos_ < text_.size() && text_[pos_] != u',' && text_[pos_] != u']' &&
+           !IsBlank(text_[pos_]))
+      ++pos_;
     const std::u16string_view element = text_.substr(start, pos_ - start);
     if (!ParseScalar(element, type_, data)) {
-      return Fail(error, u"'" + std::u16string(element) + u"' is not a valid " + std::u16string(PrefixName(type_)));
+      return Fail(error, u"'" + std::u16string(element) + u"' is not a valid " +
+                             std::u16string(PrefixName(type_)));
     }
     return true;
   }
@@ -225,17 +250,32 @@ class ListParser {
       if (pos_ >= text_.size()) break;
       const char16_t escape = text_[pos_++];
       switch (escape) {
-        case u'"': case u'\\': case u'/': value += escape; break;
-        case u'n': value += u'\n'; break;
-        case u'r': value += u'\r'; break;
-        case u't': value += u'\t'; break;
-        case u'b': value += u'\b'; break;
-        case u'f': value += u'\f'; break;
+        case u'"':
+        case u'\\':
+        case u'/':
+          value += escape;
+          break;
+        case u'n':
+          value += u'\n';
+          break;
+        case u'r':
+          value += u'\r';
+          break;
+        case u't':
+          value += u'\t';
+          break;
+        case u'b':
+          value += u'\b';
+          break;
+        case u'f':
+          value += u'\f';
+          break;
         case u'u':
           if (!ParseHexUnits(text_.substr(pos_), 1, value)) return Fail(error, u"bad \\u escape");
           pos_ += 4;
           break;
-        default: return Fail(error, u"unknown escape in a string");
+        default:
+          return Fail(error, u"unknown escape in a string");
       }
     }
     if (!Take(u'"')) return Fail(error, u"unterminated string in a list");
@@ -286,7 +326,8 @@ std::u16string FormatAttributeValue(uint32_t type, const std::vector<uint8_t>& d
   if (type == VXN_EMPTY) return u"null:";
   if (type & VXN_LIST) return FormatList(type & ~static_cast<uint32_t>(VXN_LIST), data);
   if (type == VXN_STRING) {
-    return FormatStringValue(std::u16string_view(reinterpret_cast<const char16_t*>(data.data()), data.size() / 2 - 1));
+    return FormatStringValue(
+        std::u16string_view(reinterpret_cast<const char16_t*>(data.data()), data.size() / 2 - 1));
   }
   return std::u16string(PrefixName(type)) + u":" + ScalarText(type, data.data(), data.size());
 }
@@ -300,6 +341,11 @@ bool ParseStringValue(std::u16string_view text, std::u16string& value, std::u16s
     return false;
   }
   value.assign(reinterpret_cast<const char16_t*>(data.data()), data.size() / 2 - 1);
+  // The node library keeps these as terminated texts: U+0000 would cut them.
+  if (value.find(u'\0') != std::u16string::npos) {
+    error = u"a name, type or node value cannot hold U+0000";
+    return false;
+  }
   return true;
 }
 
@@ -321,7 +367,8 @@ bool ParseAttributeValue(std::u16string_view text, uint32_t& type, std::vector<u
     type = VXN_STRING;
     return ParseScalar(value, VXN_STRING, data);
   }
-  if (type & VXN_LIST) return ListParser(rest, type & ~static_cast<uint32_t>(VXN_LIST)).Parse(data, error);
+  if (type & VXN_LIST)
+    return ListParser(rest, type & ~static_cast<uint32_t>(VXN_LIST)).Parse(data, error);
   if (type == VXN_EMPTY) {
     if (rest.empty()) return true;
     error = u"null: takes no value";

@@ -6,7 +6,14 @@
 
 namespace {
 
-std::u16string Terminated(std::u16string_view text) { return std::u16string(text); }
+// The library takes names, types and node values as terminated texts, so a
+// U+0000 inside one would silently cut it; refuse it instead.
+std::u16string Terminated(std::u16string_view text) {
+  if (text.find(u'\0') != std::u16string_view::npos) {
+    ThrowError(E_INVALIDARG, u": a name, type or node value cannot hold U+0000");
+  }
+  return std::u16string(text);
+}
 
 // Reads a text through one of the name, type or value getters: into a buffer
 // of 128 characters on the stack first, then one of the size the library asks
@@ -34,9 +41,10 @@ std::optional<std::u16string> ReadText(Getter getter, HVXNODE node) {
   return buffer;
 }
 
-[[noreturn]] void ThrowMissing(const VXNodePtr& node, std::u16string_view what, std::u16string_view name) {
-  ThrowError(E_NOTFOUND, u": " + std::u16string(what) + u" '" + std::u16string(name) + u"' is missing on " +
-                             node.Describe());
+[[noreturn]] void ThrowMissing(const VXNodePtr& node, std::u16string_view what,
+                               std::u16string_view name) {
+  ThrowError(E_NOTFOUND, u": " + std::u16string(what) + u" '" + std::u16string(name) +
+                             u"' is missing on " + node.Describe());
 }
 
 [[noreturn]] void ThrowBadValue(HRESULT status, const VXNodePtr& node, std::u16string_view name) {
@@ -70,17 +78,28 @@ VXNodePtr::~VXNodePtr() {
 VXNodePtr VXNodePtr::Create(std::u16string_view type, std::u16string_view name) {
   const std::u16string t(type), n(name);
   HVXNODE handle = nullptr;
-  Check(VxnCreateNode(type.empty() ? nullptr : t.c_str(), name.empty() ? nullptr : n.c_str(), &handle));
+  Check(VxnCreateNode(type.empty() ? nullptr : t.c_str(), name.empty() ? nullptr : n.c_str(),
+                      &handle));
   return VXNodePtr(handle);
 }
 
-std::u16string VXNodePtr::GetName() const { return ReadText(VxnGetNodeName, handle_).value_or(u""); }
-std::u16string VXNodePtr::GetType() const { return ReadText(VxnGetNodeType, handle_).value_or(u""); }
-std::u16string VXNodePtr::GetValue() const { return ReadText(VxnGetNodeValue, handle_).value_or(u""); }
+std::u16string VXNodePtr::GetName() const {
+  return ReadText(VxnGetNodeName, handle_).value_or(u"");
+}
+std::u16string VXNodePtr::GetType() const {
+  return ReadText(VxnGetNodeType, handle_).value_or(u"");
+}
+std::u16string VXNodePtr::GetValue() const {
+  return ReadText(VxnGetNodeValue, handle_).value_or(u"");
+}
 bool VXNodePtr::HasValue() const { return ReadText(VxnGetNodeValue, handle_).has_value(); }
 
-void VXNodePtr::SetName(std::u16string_view name) const { Check(VxnSetNodeName(handle_, Terminated(name).c_str())); }
-void VXNodePtr::SetType(std::u16string_view type) const { Check(VxnSetNodeType(handle_, Terminated(type).c_str())); }
+void VXNodePtr::SetName(std::u16string_view name) const {
+  Check(VxnSetNodeName(handle_, Terminated(name).c_str()));
+}
+void VXNodePtr::SetType(std::u16string_view type) const {
+  Check(VxnSetNodeType(handle_, Terminated(type).c_str()));
+}
 void VXNodePtr::SetValue(std::u16string_view value) const {
   Check(VxnSetNodeValue(handle_, Terminated(value).c_str()));
 }
@@ -94,7 +113,8 @@ std::u16string VXNodePtr::Describe() const {
 }
 
 bool VXNodePtr::HasAttribute(std::u16string_view name) const {
-  const HRESULT status = VxnGetAttribute(handle_, Terminated(name).c_str(), nullptr, nullptr, nullptr, 0);
+  const HRESULT status =
+      VxnGetAttribute(handle_, Terminated(name).c_str(), nullptr, nullptr, nullptr, 0);
   if (status == E_NOTFOUND) return false;
   Check(status);
   return true;
@@ -103,7 +123,8 @@ bool VXNodePtr::HasAttribute(std::u16string_view name) const {
 std::optional<uint32_t> VXNodePtr::GetAttributeType(std::u16string_view name) const {
   uint32_t type = VXN_EMPTY;
   uint32_t size = 0;
-  const HRESULT status = VxnGetAttribute(handle_, Terminated(name).c_str(), &type, nullptr, &size, 0);
+  const HRESULT status =
+      VxnGetAttribute(handle_, Terminated(name).c_str(), &type, nullptr, &size, 0);
   if (status == E_NOTFOUND) return std::nullopt;
   Check(status);
   return type;
@@ -130,7 +151,7 @@ void VXNodePtr::DeleteAttribute(std::u16string_view name) const {
 }
 
 std::vector<uint8_t> VXNodePtr::GetRaw(std::u16string_view name, uint32_t& type) const {
-  const std::u16string key(name);
+  const std::u16string key = Terminated(name);
   std::vector<uint8_t> buffer(256);
   for (;;) {
     uint32_t size = static_cast<uint32_t>(buffer.size());
@@ -154,7 +175,7 @@ namespace {
 // Reads a fixed-size value straight into place, converted to `type`.
 template <typename T>
 T ReadScalar(const VXNodePtr& node, std::u16string_view name, uint32_t type) {
-  const std::u16string key(name);
+  const std::u16string key = Terminated(name);
   T value{};
   uint32_t size = sizeof value;
   const HRESULT status = VxnGetAttribute(node.get(), key.c_str(), &type, &value, &size, 0);
@@ -181,7 +202,7 @@ bool Defaulted(const VXNodePtr& node, std::u16string_view name) {
 
 std::u16string VXNodePtr::GetString(std::u16string_view name) const {
   // Most values are short: a stack buffer spares the heap.
-  const std::u16string key(name);
+  const std::u16string key = Terminated(name);
   char16_t local[128];
   uint32_t size = sizeof local;
   uint32_t type = VXN_STRING;
@@ -195,16 +216,19 @@ std::u16string VXNodePtr::GetString(std::u16string_view name) const {
 }
 
 bool VXNodePtr::TryGetString(std::u16string_view name, std::u16string& out) const {
-  if (!HasAttribute(name)) return false;
+  if (Defaulted(*this, name)) return false;
   out = GetString(name);
   return true;
 }
 
-std::u16string VXNodePtr::GetString(std::u16string_view name, std::u16string_view defaultValue) const {
+std::u16string VXNodePtr::GetString(std::u16string_view name,
+                                    std::u16string_view defaultValue) const {
   return Defaulted(*this, name) ? std::u16string(defaultValue) : GetString(name);
 }
 
-int32_t VXNodePtr::GetInt32(std::u16string_view name) const { return ReadScalar<int32_t>(*this, name, VXN_INT32); }
+int32_t VXNodePtr::GetInt32(std::u16string_view name) const {
+  return ReadScalar<int32_t>(*this, name, VXN_INT32);
+}
 int32_t VXNodePtr::GetInt32(std::u16string_view name, int32_t defaultValue) const {
   return Defaulted(*this, name) ? defaultValue : GetInt32(name);
 }
@@ -217,13 +241,18 @@ uint32_t VXNodePtr::GetUInt32(std::u16string_view name, uint32_t defaultValue) c
 int64_t VXNodePtr::GetInt64(std::u16string_view name, int64_t defaultValue) const {
   return Defaulted(*this, name) ? defaultValue : ReadScalar<int64_t>(*this, name, VXN_INT64);
 }
-bool VXNodePtr::GetBool(std::u16string_view name) const { return ReadScalar<uint8_t>(*this, name, VXN_BOOL) != 0; }
+bool VXNodePtr::GetBool(std::u16string_view name) const {
+  return ReadScalar<uint8_t>(*this, name, VXN_BOOL) != 0;
+}
 bool VXNodePtr::GetBool(std::u16string_view name, bool defaultValue) const {
   return Defaulted(*this, name) ? defaultValue : GetBool(name);
 }
-GUID VXNodePtr::GetGuid(std::u16string_view name) const { return ReadScalar<GUID>(*this, name, VXN_GUID); }
+GUID VXNodePtr::GetGuid(std::u16string_view name) const {
+  return ReadScalar<GUID>(*this, name, VXN_GUID);
+}
 
-void VXNodePtr::GetStringList(std::u16string_view name, bool required, std::vector<std::u16string>& out) const {
+void VXNodePtr::GetStringList(std::u16string_view name, bool required,
+                              std::vector<std::u16string>& out) const {
   out.clear();
   if (!HasAttribute(name)) {
     if (required) ThrowMissing(*this, u"attribute", name);
@@ -240,23 +269,32 @@ void VXNodePtr::GetStringList(std::u16string_view name, bool required, std::vect
   }
 }
 
-std::vector<std::u16string> VXNodePtr::GetStringList(std::u16string_view name, bool required) const {
+std::vector<std::u16string> VXNodePtr::GetStringList(std::u16string_view name,
+                                                     bool required) const {
   std::vector<std::u16string> out;
   GetStringList(name, required, out);
   return out;
 }
 
-void VXNodePtr::SetAttribute(std::u16string_view name, uint32_t type, const void* data, uint32_t size) const {
+void VXNodePtr::SetAttribute(std::u16string_view name, uint32_t type, const void* data,
+                             uint32_t size) const {
   Check(VxnSetAttribute(handle_, Terminated(name).c_str(), type, data, size));
 }
 
 void VXNodePtr::SetString(std::u16string_view name, std::u16string_view value) const {
   const std::u16string text(value);
-  SetAttribute(name, VXN_STRING, text.c_str(), static_cast<uint32_t>((text.size() + 1) * sizeof(char16_t)));
+  SetAttribute(name, VXN_STRING, text.c_str(),
+               static_cast<uint32_t>((text.size() + 1) * sizeof(char16_t)));
 }
-void VXNodePtr::SetInt32(std::u16string_view name, int32_t value) const { SetAttribute(name, VXN_INT32, &value, 4); }
-void VXNodePtr::SetUInt32(std::u16string_view name, uint32_t value) const { SetAttribute(name, VXN_UINT32, &value, 4); }
-void VXNodePtr::SetInt64(std::u16string_view name, int64_t value) const { SetAttribute(name, VXN_INT64, &value, 8); }
+void VXNodePtr::SetInt32(std::u16string_view name, int32_t value) const {
+  SetAttribute(name, VXN_INT32, &value, 4);
+}
+void VXNodePtr::SetUInt32(std::u16string_view name, uint32_t value) const {
+  SetAttribute(name, VXN_UINT32, &value, 4);
+}
+void VXNodePtr::SetInt64(std::u16string_view name, int64_t value) const {
+  SetAttribute(name, VXN_INT64, &value, 8);
+}
 void VXNodePtr::SetBool(std::u16string_view name, bool value) const {
   const uint8_t byte = value ? 1 : 0;
   SetAttribute(name, VXN_BOOL, &byte, 1);
@@ -265,9 +303,15 @@ void VXNodePtr::SetGuid(std::u16string_view name, const GUID& value) const {
   SetAttribute(name, VXN_GUID, &value, sizeof value);
 }
 
-void VXNodePtr::SetStringList(std::u16string_view name, const std::vector<std::u16string>& values) const {
+void VXNodePtr::SetStringList(std::u16string_view name,
+                              const std::vector<std::u16string>& values) const {
   std::u16string list;
   for (const auto& value : values) {
+    // U+0000 ends an element in the list layout: it would split the value.
+    if (value.find(u'\0') != std::u16string::npos) {
+      ThrowError(E_INVALIDARG,
+                 u": an element of string list '" + std::u16string(name) + u"' holds U+0000");
+    }
     list += value;
     list += u'\0';
   }
@@ -307,8 +351,12 @@ VXNodePtr VXNodePtr::Parent() const {
   return VXNodePtr(parent);
 }
 
-void VXNodePtr::AddChild(const VXNodePtr& child) const { Check(VxnAddChild(handle_, child.handle_)); }
-void VXNodePtr::RemoveChild(const VXNodePtr& child) const { Check(VxnRemoveChild(handle_, child.handle_)); }
+void VXNodePtr::AddChild(const VXNodePtr& child) const {
+  Check(VxnAddChild(handle_, child.handle_));
+}
+void VXNodePtr::RemoveChild(const VXNodePtr& child) const {
+  Check(VxnRemoveChild(handle_, child.handle_));
+}
 
 VXNodePtr VXNodePtr::Clone(uint32_t depth) const {
   HVXNODE clone = nullptr;
@@ -321,13 +369,14 @@ void VXNodePtr::ForEachChild(const std::function<void(const VXNodePtr&)>& functi
   for (uint32_t i = 0; i < count; ++i) function(ChildAt(i));
 }
 
-bool VXNodePtr::CompareAttribute(std::u16string_view name, const VXNodePtr& first, const VXNodePtr& second,
-                                 uint32_t flags) {
+bool VXNodePtr::CompareAttribute(std::u16string_view name, const VXNodePtr& first,
+                                 const VXNodePtr& second, uint32_t flags) {
   const auto firstType = first.GetAttributeType(name);
   const auto secondType = second.GetAttributeType(name);
   if (!firstType || !secondType) return !firstType && !secondType;
   if (*firstType != *secondType) return false;
-  if ((flags & kCompareAsText) && *firstType == VXN_STRING) return first.GetString(name) == second.GetString(name);
+  if ((flags & kCompareAsText) && *firstType == VXN_STRING)
+    return first.GetString(name) == second.GetString(name);
   uint32_t type1 = *firstType, type2 = *secondType;
   return first.GetRaw(name, type1) == second.GetRaw(name, type2);
 }

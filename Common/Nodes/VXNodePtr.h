@@ -19,6 +19,11 @@
 // raises 0x80070490 with a text that names it and the node. Readers with a
 // default give the default when the attribute is missing or has type 0.
 //
+// Names, node types and node values are terminated texts in the library, so
+// one that holds U+0000 raises 0x80070057 rather than being cut short; so
+// does an element of a string list (U+0000 ends an element there). A string
+// attribute's value may hold U+0000.
+//
 // Not thread-safe: like the tree it points into, one thread at a time.
 class VXNodePtr {
  public:
@@ -58,6 +63,7 @@ class VXNodePtr {
   void DeleteAttribute(std::u16string_view name) const;
 
   std::u16string GetString(std::u16string_view name) const;  // required
+  // False, `out` untouched, when missing or of type 0.
   bool TryGetString(std::u16string_view name, std::u16string& out) const;
   std::u16string GetString(std::u16string_view name, std::u16string_view defaultValue) const;
   int32_t GetInt32(std::u16string_view name) const;  // required
@@ -70,7 +76,8 @@ class VXNodePtr {
   GUID GetGuid(std::u16string_view name) const;  // required
   // A list of any element type, converted to text; missing gives an empty
   // list, or raises 0x80070490 when `required`.
-  void GetStringList(std::u16string_view name, bool required, std::vector<std::u16string>& out) const;
+  void GetStringList(std::u16string_view name, bool required,
+                     std::vector<std::u16string>& out) const;
   std::vector<std::u16string> GetStringList(std::u16string_view name, bool required) const;
 
   void SetString(std::u16string_view name, std::u16string_view value) const;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string_view>
+#include <vector>
 
 #include "Common/ErrorHandling.h"
 #include "Common/Nodes/VxnAttributeConversion.h"
@@ -12,13 +14,23 @@ namespace {
 
 void AddRef(VxnNode* node) { node->references.fetch_add(1, std::memory_order_relaxed); }
 
+bool DropReference(VxnNode* node) {
+  return node->references.fetch_sub(1, std::memory_order_acq_rel) == 1;
+}
+
+// Frees without recursion: a host may build a tree of any depth.
 void Release(VxnNode* node) {
-  if (node->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
-  for (VxnNode* child : node->children) {
-    child->parent = nullptr;
-    Release(child);
+  if (!DropReference(node)) return;
+  std::vector<VxnNode*> dying{node};
+  while (!dying.empty()) {
+    VxnNode* current = dying.back();
+    dying.pop_back();
+    for (VxnNode* child : current->children) {
+      child->parent = nullptr;
+      if (DropReference(child)) dying.push_back(child);
+    }
+    delete current;
   }
-  delete node;
 }
 
 std::optional<std::u16string> OptionalText(const char16_t* text) {
@@ -40,14 +52,10 @@ HRESULT GetText(const std::optional<std::u16string>& text, char16_t* buffer, uin
   return S_OK;
 }
 
-VxnAttribute* FindAttribute(VxnNode* node, std::u16string_view name) {
-  for (auto& attribute : node->attributes) {
-    if (attribute.name == name) return &attribute;
-  }
-  return nullptr;
-}
-
 bool IsSelfOrAncestor(const VxnNode* candidate, const VxnNode* node) {
+  // A node without children is nobody's ancestor; this keeps building a tree
+  // from the top down linear in its depth.
+  if (candidate->children.empty()) return candidate == node;
   for (; node; node = node->parent) {
     if (node == candidate) return true;
   }
@@ -61,28 +69,50 @@ void Detach(VxnNode* parent, size_t index) {
   Release(child);
 }
 
-VxnNode* CloneTree(const VxnNode* source, uint32_t depth) {
+VxnNode* CopyNode(const VxnNode& source) {
   auto* copy = new VxnNode;
-  copy->type = source->type;
-  copy->name = source->name;
-  copy->value = source->value;
-  copy->attributes = source->attributes;
-  if (depth == 0) return copy;
-  copy->children.reserve(source->children.size());
-  for (const VxnNode* child : source->children) {
-    VxnNode* childCopy = CloneTree(child, depth - 1);
-    childCopy->parent = copy;
-    copy->children.push_back(childCopy);
-  }
+  copy->type = source.type;
+  copy->name = source.name;
+  copy->value = source.value;
+  copy->attributes = source.attributes;
   return copy;
+}
+
+struct PendingCopy {
+  const VxnNode* source;
+  VxnNode* copy;
+  uint32_t levels;  // how many levels below `source` are still to copy
+};
+
+// Copies `levels` levels below `root` into `copy` without recursion, so a
+// tree of any depth can be cloned. On failure `copy` holds what was done.
+void CopyChildren(const VxnNode* root, VxnNode* copy, uint32_t levels) {
+  if (levels == 0) return;
+  std::vector<PendingCopy> pending{{root, copy, levels}};
+  while (!pending.empty()) {
+    const PendingCopy next = pending.back();
+    pending.pop_back();
+    next.copy->children.reserve(next.source->children.size());
+    for (const VxnNode* child : next.source->children) {
+      VxnNode* childCopy = CopyNode(*child);
+      childCopy->parent = next.copy;
+      next.copy->children.push_back(childCopy);
+      if (next.levels > 1) pending.push_back({child, childCopy, next.levels - 1});
+    }
+  }
 }
 
 }  // namespace
 
 bool VxnIsKnownType(uint32_t type) {
   switch (type & ~static_cast<uint32_t>(VXN_LIST)) {
-    case VXN_STRING: case VXN_INT32: case VXN_UINT32: case VXN_UINT64:
-    case VXN_INT64: case VXN_BOOL: case VXN_GUID:
+    case VXN_STRING:
+    case VXN_INT32:
+    case VXN_UINT32:
+    case VXN_UINT64:
+    case VXN_INT64:
+    case VXN_BOOL:
+    case VXN_GUID:
       return true;
     case VXN_EMPTY:
       return type == VXN_EMPTY;
@@ -116,7 +146,15 @@ HRESULT VxnDuplicateNodeHandle(HVXNODE node, HVXNODE* duplicate) {
 
 HRESULT VxnCloneNode(HVXNODE node, uint32_t depth, uint32_t flags, HVXNODE* clone) {
   if (!node || !clone || flags != 0) return E_INVALIDARG;
-  *clone = CloneTree(node, depth);
+  VxnNode* copy = nullptr;
+  try {
+    copy = CopyNode(*node);
+    CopyChildren(node, copy, depth);
+  } catch (const std::bad_alloc&) {
+    if (copy) Release(copy);
+    return E_OUTOFMEMORY;
+  }
+  *clone = copy;
   return S_OK;
 }
 
@@ -215,7 +253,7 @@ HRESULT VxnGetChildByName(HVXNODE node, const char16_t* name, HVXNODE* child) {
 HRESULT VxnGetAttribute(HVXNODE node, const char16_t* name, uint32_t* type, void* buffer,
                         uint32_t* size, uint32_t) {
   if (!node || !name) return E_INVALIDARG;
-  const VxnAttribute* attribute = FindAttribute(node, name);
+  const VxnAttribute* attribute = node->attributes.Find(name);
   if (!attribute) return E_NOTFOUND;
   if (!type && !buffer) {
     if (size) *size = static_cast<uint32_t>(attribute->data.size());
@@ -251,29 +289,23 @@ HRESULT VxnSetAttribute(HVXNODE node, const char16_t* name, uint32_t type, const
   const auto* bytes = static_cast<const uint8_t*>(data);
   std::vector<uint8_t> value(bytes, bytes + size);
   if (!VxnIsValidLayout(type, value)) return E_INVALIDARG;
-  VxnAttribute* attribute = FindAttribute(node, name);
-  if (!attribute) {
-    node->attributes.push_back({std::u16string(name), type, {}});
-    attribute = &node->attributes.back();
-  }
-  attribute->type = type;
-  attribute->data = std::move(value);
+  VxnAttribute& attribute = node->attributes.FindOrAdd(name);
+  attribute.type = type;
+  attribute.data = std::move(value);
   return S_OK;
 }
 
 HRESULT VxnDeleteAttribute(HVXNODE node, const char16_t* name, uint32_t) {
   if (!node || !name) return E_INVALIDARG;
-  const std::u16string_view wanted(name);
-  auto it = std::find_if(node->attributes.begin(), node->attributes.end(),
-                         [&](const VxnAttribute& a) { return a.name == wanted; });
-  if (it == node->attributes.end()) return E_NOTFOUND;
-  node->attributes.erase(it);
-  return S_OK;
+  return node->attributes.Erase(name) ? S_OK : E_NOTFOUND;
 }
 
 HRESULT VxnGetAttributeNames(HVXNODE node, char16_t* buffer, uint32_t* size) {
   if (!node || !size) return E_INVALIDARG;
+  size_t length = 1;
+  for (const auto& attribute : node->attributes) length += attribute.name.size() + 1;
   std::u16string list;
+  list.reserve(length);
   for (const auto& attribute : node->attributes) {
     list += attribute.name;
     list += u'\0';

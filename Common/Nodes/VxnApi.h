@@ -69,6 +69,9 @@ HRESULT VxnCloseNodeHandle(HVXNODE node);
 HRESULT VxnDuplicateNodeHandle(HVXNODE node, HVXNODE* duplicate);
 // Depth 0 copies the node with its attributes (type, name and value too);
 // 0x7fffffff the whole subtree. The copy has no parent. Flags are 0.
+// Neither cloning nor closing the last handle of a tree recurses, so trees
+// of any depth are safe here (the text form reader accepts 1000 levels at
+// most, but hosts build trees in code). 0x8007000E when memory runs out.
 HRESULT VxnCloneNode(HVXNODE node, uint32_t depth, uint32_t flags, HVXNODE* clone);
 
 // `size` is in characters, terminator included. An absent name or type is
@@ -100,7 +103,9 @@ HRESULT VxnGetChildByName(HVXNODE node, const char16_t* name, HVXNODE* child);
 // exists. Options are 0.
 HRESULT VxnGetAttribute(HVXNODE node, const char16_t* name, uint32_t* type, void* buffer,
                         uint32_t* size, uint32_t options);
-// Replaces or adds the attribute; `size` must match the type's layout.
+// Replaces or adds the attribute; `size` must match the type's layout. A new
+// attribute goes last. Look-up and insertion are O(1) amortised however many
+// attributes a node holds; deletion is linear in their number.
 HRESULT VxnSetAttribute(HVXNODE node, const char16_t* name, uint32_t type, const void* data,
                         uint32_t size);
 HRESULT VxnDeleteAttribute(HVXNODE node, const char16_t* name, uint32_t options);

@@ -10,12 +10,7 @@
 #include <vector>
 
 #include "Common/Nodes/VxnApi.h"
-
-struct VxnAttribute {
-  std::u16string name;
-  uint32_t type = VXN_EMPTY;
-  std::vector<uint8_t> data;  // the value in the layout of its type code
-};
+#include "Common/Nodes/VxnAttributeList.h"
 
 struct VxnNode {
   // Open handles plus one for the parent's hold.
@@ -25,5 +20,5 @@ struct VxnNode {
   std::optional<std::u16string> value;
   VxnNode* parent = nullptr;
   std::vector<VxnNode*> children;  // each holds one reference
-  std::vector<VxnAttribute> attributes;
+  VxnAttributeList attributes;
 };

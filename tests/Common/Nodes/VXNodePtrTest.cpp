@@ -1,10 +1,9 @@
-#include "Common/Nodes/VXNodePtr.h"
-
 #include <gtest/gtest.h>
 
 #include <functional>
 
 #include "Common/ErrorHandling.h"
+#include "Common/Nodes/VXNodePtr.h"
 #include "Common/Text.h"
 
 namespace {
@@ -29,6 +28,13 @@ TEST(VXNodePtrTest, DefaultsApplyToMissingAndTypeZero) {
   }
   EXPECT_FALSE(node.GetChild(u"Conditions"));
   EXPECT_TRUE(node.GetStringList(u"Missing", false).empty());
+  std::u16string text = u"untouched";
+  EXPECT_FALSE(node.TryGetString(u"Missing", text));
+  EXPECT_FALSE(node.TryGetString(u"Empty", text));
+  EXPECT_EQ(text, u"untouched");
+  node.SetUInt32(u"Top", 5);
+  EXPECT_TRUE(node.TryGetString(u"Top", text));
+  EXPECT_EQ(text, u"5");
 
   struct Case {
     const char* what;
@@ -117,6 +123,37 @@ TEST(VXNodePtrTest, CloneDepthAndCompare) {
   EXPECT_FALSE(VXNodePtr::CompareAttribute(u"a", root, deep, 0));  // same text, other type
   EXPECT_TRUE(VXNodePtr::CompareAttribute(u"absent", root, deep, 0));
   EXPECT_FALSE(VXNodePtr::CompareAttribute(u"a", root, VXNodePtr::Create(u"x"), 0));
+}
+
+TEST(VXNodePtrTest, NulIsCarriedByStringValuesAndRefusedElsewhere) {
+  const std::u16string withNul(u"a\0b", 3);
+  VXNodePtr node = VXNodePtr::Create(u"Query", u"q");
+  node.SetString(u"Value", withNul);
+  EXPECT_EQ(node.GetString(u"Value"), withNul);
+  EXPECT_EQ(node.GetString(u"Value", u"default"), withNul);
+
+  // The library's names and lists would cut or split the text: refused, and
+  // nothing changes.
+  struct Case {
+    const char* what;
+    std::function<void()> body;
+  } refused[] = {
+      {"name", [&] { node.SetName(withNul); }},
+      {"type", [&] { node.SetType(withNul); }},
+      {"node value", [&] { node.SetValue(withNul); }},
+      {"attribute name", [&] { node.SetString(withNul, u"x"); }},
+      {"look-up by name", [&] { node.HasAttribute(withNul); }},
+      {"child name", [&] { node.GetChild(withNul); }},
+      {"list element",
+       [&] {
+         node.SetStringList(u"List", {u"ok", withNul});
+       }},
+  };
+  for (auto& c : refused) EXPECT_EQ(StatusOf(c.body), E_INVALIDARG) << c.what;
+  EXPECT_EQ(node.GetName(), u"q");
+  EXPECT_EQ(node.GetType(), u"Query");
+  EXPECT_FALSE(node.HasValue());
+  EXPECT_EQ(node.AttributeNames(), std::vector<std::u16string>{u"Value"});
 }
 
 TEST(VXNodePtrTest, ForEachChildReadsTheCountOnce) {

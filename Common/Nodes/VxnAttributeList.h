@@ -1,0 +1,68 @@
+#pragma once
+
+// The attributes of one node, for the node library: kept in insertion order,
+// found by name.
+//
+// Nearly every node holds a handful of attributes, so up to kIndexThreshold
+// of them a look-up scans the list and nothing else is allocated. Past that
+// a hash index from name to position is built once and kept up to date, so
+// look-up and insertion are O(1) amortised however many attributes a node
+// gets (a generated request may carry 100,000). Removal is linear: the later
+// positions shift.
+//
+// Not thread-safe, like the node that holds it.
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+struct VxnAttribute {
+  std::u16string name;
+  uint32_t type = 0;          // VXN_EMPTY
+  std::vector<uint8_t> data;  // the value in the layout of its type code
+};
+
+class VxnAttributeList {
+ public:
+  static constexpr size_t kIndexThreshold = 8;
+
+  VxnAttributeList() = default;
+  VxnAttributeList(const VxnAttributeList& other);
+  VxnAttributeList& operator=(const VxnAttributeList& other);
+  VxnAttributeList(VxnAttributeList&&) noexcept = default;
+  VxnAttributeList& operator=(VxnAttributeList&&) noexcept = default;
+  ~VxnAttributeList() = default;
+
+  // Null when there is no attribute of that name.
+  const VxnAttribute* Find(std::u16string_view name) const;
+  VxnAttribute* Find(std::u16string_view name);
+  // The attribute of that name; a missing one is added last, with type 0.
+  VxnAttribute& FindOrAdd(std::u16string_view name);
+  // False when there is no attribute of that name.
+  bool Erase(std::u16string_view name);
+
+  size_t size() const { return entries_.size(); }
+  bool empty() const { return entries_.empty(); }
+  std::vector<VxnAttribute>::const_iterator begin() const { return entries_.begin(); }
+  std::vector<VxnAttribute>::const_iterator end() const { return entries_.end(); }
+
+ private:
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::u16string_view text) const {
+      return std::hash<std::u16string_view>()(text);
+    }
+  };
+  using Index = std::unordered_map<std::u16string, size_t, Hash, std::equal_to<>>;
+
+  size_t Position(std::u16string_view name) const;  // size() when missing
+  void Reindex();
+
+  std::vector<VxnAttribute> entries_;
+  std::unique_ptr<Index> index_;  // set while size() > kIndexThreshold
+};
