@@ -23,6 +23,7 @@
 #include "Common/LogManager.h"
 #include "Common/LogScope.h"
 #include "Common/Text.h"
+#include "tests/Common/LogCapture.h"
 
 namespace {
 
@@ -370,11 +371,9 @@ TEST(FileLoggerThreadsTest, LinesStayWholeWhileTheIntervalChanges) {
 }
 
 TEST(LogScopeTest, EntryExitAndException) {
-  static Capture capture;
-  static const bool added = AddLogger(&capture);
-  ASSERT_TRUE(added);
+  LogCapture& capture = LogCapture::Instance();
   SetMaxSeverity(Severity::DBG);
-  capture.lines.clear();
+  capture.Take();
   auto traced = [](bool fail) {
     VX_LOG_SCOPE(Severity::DBG, "Outer::Run");
     {
@@ -386,9 +385,10 @@ TEST(LogScopeTest, EntryExitAndException) {
   traced(false);
   EXPECT_THROW(traced(true), std::runtime_error);
   SetMaxSeverity(Severity::ERR);
-  ASSERT_EQ(capture.lines.size(), 6u);
+  const std::vector<std::string> lines = capture.Take();
+  ASSERT_EQ(lines.size(), 6u);
   auto tail = [&](size_t i) {
-    const std::string line = ToUtf8(capture.lines[i]);
+    const std::string& line = lines[i];
     return line.substr(line.find("| ", line.find(".cpp:")) + 2);
   };
   EXPECT_EQ(tail(0), "Entering: Outer::Run\r\n");
@@ -403,9 +403,7 @@ TEST(LogScopeTest, EntryExitAndException) {
 }
 
 TEST(LogMessageTest, ABuilderThatThrowsStillLogs) {
-  static Capture capture;
-  static const bool added = AddLogger(&capture);
-  ASSERT_TRUE(added);
+  LogCapture& capture = LogCapture::Instance();
   SetMaxSeverity(Severity::DBG);
   auto explode = []() -> std::u16string { throw std::runtime_error("no"); };
   try {
@@ -414,8 +412,9 @@ TEST(LogMessageTest, ABuilderThatThrowsStillLogs) {
     ADD_FAILURE() << "logging raised";
   }
   SetMaxSeverity(Severity::ERR);
-  ASSERT_FALSE(capture.lines.empty());
-  EXPECT_NE(ToUtf8(capture.lines.back()).find("value: ... (***EXCEPTION***)"), std::string::npos);
+  const std::vector<std::string> lines = capture.Take();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_NE(lines.back().find("value: ... (***EXCEPTION***)"), std::string::npos);
 }
 
 }  // namespace
