@@ -110,6 +110,9 @@ TEST(LogLineTest, ExactFormat) {
       {"x.cpp", 31,
        "2026-11-03 04:05:06.0070089 | WARN | 9029 48350 | x.cpp:42                       | " +
            std::string(60, ' ') + "text\r\n"},
+      {"/src/" + std::string(5000, 'a') + ".cpp", 0,  // cut, never a failure
+       "2026-11-03 04:05:06.0070089 | WARN | 9029 48350 | " + std::string(4096, 'a') +
+           ":42  | text\r\n"},
   };
   for (const auto& c : cases)
     EXPECT_EQ(ToUtf8(FormatLogLine(FixedFields(c.file, c.indent))), c.expected) << c.file;
