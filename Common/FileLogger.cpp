@@ -27,7 +27,8 @@ bool WriteAll(int fd, const void* data, size_t size) {
 
 FileLogger::FileLogger(LogManager& manager, std::string fileName)
     : manager_(manager),
-      fileName_(fileName.empty() ? BaseNameOf(ModuleInfo::LibraryPath()) + ".log" : std::move(fileName)),
+      fileName_(fileName.empty() ? BaseNameOf(ModuleInfo::LibraryPath()) + ".log"
+                                 : std::move(fileName)),
       absolute_(!fileName_.empty() && fileName_.front() == '/'),
       banner_(LogBanner()) {}
 
@@ -36,33 +37,46 @@ FileLogger::~FileLogger() {
 }
 
 void FileLogger::Write(const char16_t* text, size_t length) {
-  std::lock_guard guard(lock_);
   const int fd = Acquire();
   if (fd < 0) return;
+  // The descriptor is this write's own, so a slow disk holds up no other thread.
   if (!WriteAll(fd, text, length * sizeof(char16_t))) {
     DebugOutput(FormatString(u"FileLogger: cannot write (error: 0x%08x)", HresultFromWin32(errno)));
   }
-  Release(fd);
+  ::close(fd);
 }
 
 int FileLogger::Acquire() {
+  std::lock_guard guard(lock_);
   const uint32_t interval = manager_.KeepOpenIntervalMs();
-  if (interval == 0) return Open();
+  if (interval == 0) {
+    CloseCached();
+    return Open();
+  }
   const int64_t now = ticks_ ? ticks_() : SteadyMilliseconds();
   if (cached_ < 0 || now - lastOpen_ >= interval) {
-    if (cached_ >= 0) ::close(cached_);
+    CloseCached();
     lastOpen_ = now;
     cached_ = Open();
   }
-  return cached_;
+  if (cached_ < 0) return -1;
+  const int fd = ::fcntl(cached_, F_DUPFD_CLOEXEC, 0);
+  if (fd < 0) {
+    DebugOutput(FormatString(u"FileLogger: cannot duplicate handle (error: 0x%08x)",
+                             HresultFromWin32(errno)));
+  }
+  return fd;
 }
 
-void FileLogger::Release(int fd) {
-  if (fd != cached_) ::close(fd);
+void FileLogger::CloseCached() {
+  if (cached_ >= 0) ::close(cached_);
+  cached_ = -1;
 }
 
 int FileLogger::Open() {
-  const std::string path = absolute_ ? fileName_ : ToUtf8(manager_.Directory()) + fileName_;
+  const std::u16string directory = absolute_ ? std::u16string() : manager_.Directory();
+  if (!absolute_ && directory.empty()) return -1;  // never below the current directory
+  const std::string path = absolute_ ? fileName_ : ToUtf8(directory) + fileName_;
   const int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
   if (fd < 0) {
     DebugOutput(FormatString(u"FileLogger: cannot open log file '%s' (error: 0x%08x)", path,
@@ -71,7 +85,8 @@ int FileLogger::Open() {
   }
   struct stat info {};
   if (::fstat(fd, &info) != 0) {
-    DebugOutput(FormatString(u"FileLogger: cannot get file id (error: 0x%08x)", HresultFromWin32(errno)));
+    DebugOutput(
+        FormatString(u"FileLogger: cannot get file id (error: 0x%08x)", HresultFromWin32(errno)));
     return fd;
   }
   const uint32_t threshold = manager_.SizeThresholdMB();
@@ -80,8 +95,8 @@ int FileLogger::Open() {
     if (sizeMB >= threshold) {
       ::close(fd);
       if (!sizeReported_) {
-        DebugOutput(FormatString(u"FileLogger: log file '%s' is too big (size=%dMB threshold=%dMB)", path,
-                                 sizeMB, threshold));
+        DebugOutput(FormatString(u"FileLogger: log file '%s' is too big (size=%dMB threshold=%dMB)",
+                                 path, sizeMB, threshold));
         sizeReported_ = true;
       }
       return -1;

@@ -1,5 +1,8 @@
 #include "Common/FormatString.h"
 
+#include <algorithm>
+
+#include "Common/ErrorHandling.h"
 #include "Common/Text.h"
 
 namespace {
@@ -48,20 +51,32 @@ class Formatter {
   }
 
   bool ParseDirective(size_t& pos, Directive& directive) {
+    const size_t start = pos - 1;
     for (; pos < format_.size(); ++pos) {
       const char16_t c = format_[pos];
-      if (c == u'-') directive.left = true;
-      else if (c == u'0') directive.zero = true;
-      else if (c == u'+') directive.plus = true;
-      else if (c == u' ') directive.space = true;
-      else if (c == u'#') directive.alternate = true;
-      else break;
+      if (c == u'-')
+        directive.left = true;
+      else if (c == u'0')
+        directive.zero = true;
+      else if (c == u'+')
+        directive.plus = true;
+      else if (c == u' ')
+        directive.space = true;
+      else if (c == u'#')
+        directive.alternate = true;
+      else
+        break;
     }
-    directive.width = ReadNumber(pos, directive.left);
+    if (Star(pos)) {
+      const int width = StarArgument(start, pos);
+      if (width < 0) directive.left = true;
+      directive.width = width < 0 ? -width : width;
+    } else {
+      directive.width = ReadDigits(start, pos);
+    }
     if (pos < format_.size() && format_[pos] == u'.') {
       ++pos;
-      bool ignored = false;
-      directive.precision = ReadNumber(pos, ignored);
+      directive.precision = Star(pos) ? StarArgument(start, pos) : ReadDigits(start, pos);
       if (directive.precision < 0) directive.precision = -1;
     }
     ReadLength(pos, directive);
@@ -70,22 +85,50 @@ class Formatter {
     return true;
   }
 
-  // A number or "*" (taken from the arguments; negative width means left).
-  int ReadNumber(size_t& pos, bool& left) {
-    if (pos < format_.size() && format_[pos] == u'*') {
-      ++pos;
-      int64_t value = NextArg() ? next_[-1].AsSigned() : 0;
-      if (value < 0) {
-        left = true;
-        value = -value;
-      }
-      return static_cast<int>(value);
-    }
+  bool Star(size_t& pos) const {
+    if (pos >= format_.size() || format_[pos] != u'*') return false;
+    ++pos;
+    return true;
+  }
+
+  bool IsDigit(size_t pos) const {
+    return pos < format_.size() && format_[pos] >= u'0' && format_[pos] <= u'9';
+  }
+
+  // A written width or precision. The check inside the loop keeps the
+  // arithmetic far from overflow however many digits follow.
+  int ReadDigits(size_t start, size_t& pos) const {
     int value = 0;
-    while (pos < format_.size() && format_[pos] >= u'0' && format_[pos] <= u'9') {
-      value = value * 10 + (format_[pos++] - u'0');
+    for (; IsDigit(pos); ++pos) {
+      value = value * 10 + (format_[pos] - u'0');
+      if (value > kMaxFormatWidth) {
+        while (IsDigit(pos)) ++pos;
+        Refuse(start, pos);
+      }
     }
     return value;
+  }
+
+  // The argument of a "*", from -kMaxFormatWidth to kMaxFormatWidth.
+  int StarArgument(size_t start, size_t pos) {
+    const FormatArg* arg = NextArg();
+    if (!arg) return 0;
+    const bool inRange =
+        arg->kind() == FormatArg::Kind::Signed
+            ? arg->AsSigned() >= -kMaxFormatWidth && arg->AsSigned() <= kMaxFormatWidth
+            : arg->kind() == FormatArg::Kind::Unsigned && arg->AsUnsigned() <= kMaxFormatWidth;
+    if (!inRange) Refuse(start, pos);
+    return static_cast<int>(arg->AsSigned());
+  }
+
+  [[noreturn]] void Refuse(size_t start, size_t end) const {
+    constexpr size_t kShown = 40;
+    end =
+        std::min(format_.find_first_not_of(u"0123456789.*-+ #hlzjwI", end), format_.size() - 1) + 1;
+    std::u16string directive(format_.substr(start, std::min(end - start, kShown)));
+    if (end - start > kShown) directive += u"...";
+    ThrowError(E_INVALIDARG, u": a width or precision beyond " + ToText(kMaxFormatWidth) +
+                                 u" in the format directive '" + directive + u"'");
   }
 
   void ReadLength(size_t& pos, Directive& directive) {
@@ -108,16 +151,31 @@ class Formatter {
 
   void Emit(const Directive& directive) {
     switch (directive.letter) {
-      case u'%': out_ += u'%'; return;
-      case u'd': case u'i': return Signed(directive);
-      case u'u': return Digits(directive, Unsigned(directive), 10, false, u"");
-      case u'x': return Digits(directive, Unsigned(directive), 16, false, directive.alternate ? u"0x" : u"");
-      case u'X': return Digits(directive, Unsigned(directive), 16, true, directive.alternate ? u"0X" : u"");
-      case u'o': return Digits(directive, Unsigned(directive), 8, false, u"");
-      case u'p': return Pointer(directive);
-      case u'c': return Character(directive);
-      case u's': case u'S': return Text(directive);
-      default: out_ += u'%'; out_ += directive.letter; return;
+      case u'%':
+        out_ += u'%';
+        return;
+      case u'd':
+      case u'i':
+        return Signed(directive);
+      case u'u':
+        return Digits(directive, Unsigned(directive), 10, false, u"");
+      case u'x':
+        return Digits(directive, Unsigned(directive), 16, false, directive.alternate ? u"0x" : u"");
+      case u'X':
+        return Digits(directive, Unsigned(directive), 16, true, directive.alternate ? u"0X" : u"");
+      case u'o':
+        return Digits(directive, Unsigned(directive), 8, false, u"");
+      case u'p':
+        return Pointer(directive);
+      case u'c':
+        return Character(directive);
+      case u's':
+      case u'S':
+        return Text(directive);
+      default:
+        out_ += u'%';
+        out_ += directive.letter;
+        return;
     }
   }
 
@@ -140,7 +198,7 @@ class Formatter {
     const FormatArg* arg = NextArg();
     Directive fixed = directive;
     fixed.precision = 16;
-    Digits(fixed, arg ? arg->AsUnsigned() : 0, 16, true, u"");
+    Digits(fixed, arg ? arg->AsUnsigned() : 0, 16, true, directive.alternate ? u"0x" : u"");
   }
 
   void Character(const Directive& directive) {
@@ -158,7 +216,8 @@ class Formatter {
     Pad(directive, u"", text, false);
   }
 
-  void Digits(const Directive& directive, uint64_t value, unsigned base, bool upper, std::u16string_view prefix) {
+  void Digits(const Directive& directive, uint64_t value, unsigned base, bool upper,
+              std::u16string_view prefix) {
     const char16_t* digits = upper ? u"0123456789ABCDEF" : u"0123456789abcdef";
     char16_t buffer[64];
     int n = 0;
@@ -174,9 +233,11 @@ class Formatter {
     Pad(directive, prefix, body, directive.zero && directive.precision < 0);
   }
 
-  void Pad(const Directive& directive, std::u16string_view prefix, std::u16string_view body, bool zeroes) {
+  void Pad(const Directive& directive, std::u16string_view prefix, std::u16string_view body,
+           bool zeroes) {
     const size_t length = prefix.size() + body.size();
-    const size_t fill = static_cast<size_t>(directive.width) > length ? directive.width - length : 0;
+    const size_t fill =
+        static_cast<size_t>(directive.width) > length ? directive.width - length : 0;
     if (directive.left) {
       out_.append(prefix).append(body).append(fill, u' ');
     } else if (zeroes) {
@@ -196,28 +257,40 @@ class Formatter {
 
 int64_t FormatArg::AsSigned() const {
   switch (kind_) {
-    case Kind::Signed: return int_;
-    case Kind::Unsigned: return static_cast<int64_t>(uint_);
-    case Kind::Pointer: return static_cast<int64_t>(reinterpret_cast<uintptr_t>(ptr_));
-    default: return 0;
+    case Kind::Signed:
+      return int_;
+    case Kind::Unsigned:
+      return static_cast<int64_t>(uint_);
+    case Kind::Pointer:
+      return static_cast<int64_t>(reinterpret_cast<uintptr_t>(ptr_));
+    default:
+      return 0;
   }
 }
 
 uint64_t FormatArg::AsUnsigned() const {
   switch (kind_) {
-    case Kind::Signed: return static_cast<uint64_t>(int_);
-    case Kind::Unsigned: return uint_;
-    case Kind::Pointer: return reinterpret_cast<uintptr_t>(ptr_);
-    default: return 0;
+    case Kind::Signed:
+      return static_cast<uint64_t>(int_);
+    case Kind::Unsigned:
+      return uint_;
+    case Kind::Pointer:
+      return reinterpret_cast<uintptr_t>(ptr_);
+    default:
+      return 0;
   }
 }
 
 std::u16string FormatArg::AsText() const {
   switch (kind_) {
-    case Kind::Text16: return std::u16string(text16_);
-    case Kind::Text8: return ToUtf16(text8_);
-    case Kind::Signed: return ToText(int_);
-    default: return ToTextUnsigned(AsUnsigned());
+    case Kind::Text16:
+      return std::u16string(text16_);
+    case Kind::Text8:
+      return ToUtf16(text8_);
+    case Kind::Signed:
+      return ToText(int_);
+    default:
+      return ToTextUnsigned(AsUnsigned());
   }
 }
 

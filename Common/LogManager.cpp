@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <utility>
 
 #include "Common/FileLogger.h"
 #include "Common/Helpers/SettingsSources.h"
@@ -11,6 +12,9 @@
 namespace {
 
 constexpr int64_t kRefreshIntervalMs = 5000;
+
+// The manager whose settings this thread is reading, if any.
+thread_local const LogManager* refreshing = nullptr;
 
 int64_t SteadyMilliseconds() {
   using namespace std::chrono;
@@ -49,10 +53,10 @@ bool LogManager::AddLogger(Logger* logger) {
 bool LogManager::IsEnabled(Severity severity) {
   const int value = static_cast<int>(severity);
   if (value < 1) return false;
-  const int64_t now = ticks_ ? ticks_() : SteadyMilliseconds();
-  if (!refreshed_.load(std::memory_order_relaxed) ||
-      now - lastRefresh_.load(std::memory_order_relaxed) > kRefreshIntervalMs) {
-    Refresh();
+  if (!refreshed_.load(std::memory_order_acquire)) {
+    FirstRefresh();
+  } else if (Now() - lastRefresh_.load(std::memory_order_relaxed) > kRefreshIntervalMs) {
+    LaterRefresh();
   }
   return value <= maxSeverity_.load(std::memory_order_relaxed);
 }
@@ -67,17 +71,53 @@ void LogManager::SetMaxSeverity(int severity) {
   if (publishes_) LogDetail::maxSeverity = severity;
 }
 
+int64_t LogManager::Now() const { return ticks_ ? ticks_() : SteadyMilliseconds(); }
+
 void LogManager::Refresh() {
-  // Mark first, so that logging from the settings code itself cannot recurse.
-  lastRefresh_ = ticks_ ? ticks_() : SteadyMilliseconds();
-  refreshed_ = true;
+  if (refreshing == this) return;
+  std::lock_guard guard(refreshLock_);
+  Load();
+}
+
+// Every thread waits here until the settings are in, so that no line is
+// written at the default severity or into a directory not yet known.
+void LogManager::FirstRefresh() {
+  if (refreshing == this) return;  // a line logged by the settings code itself
+  std::lock_guard guard(refreshLock_);
+  if (!refreshed_.load(std::memory_order_relaxed)) Load();
+}
+
+// A later refresh is one thread's job; the others go on with the values in
+// place, which are complete.
+void LogManager::LaterRefresh() {
+  if (refreshing == this) return;
+  std::unique_lock guard(refreshLock_, std::try_to_lock);
+  if (!guard.owns_lock()) return;
+  if (Now() - lastRefresh_.load(std::memory_order_relaxed) > kRefreshIntervalMs) Load();
+}
+
+void LogManager::Load() {
+  const LogManager* outer = std::exchange(refreshing, this);
+  try {
+    LoadSettings();
+  } catch (...) {
+    DebugOutput(u"LogManager: cannot read the settings");  // logging never raises
+  }
+  lastRefresh_.store(Now(), std::memory_order_relaxed);
+  refreshed_.store(true, std::memory_order_release);  // publishes what LoadSettings stored
+  refreshing = outer;
+}
+
+void LogManager::LoadSettings() {
   Severity severity = Severity::DBG;
   ParseSeverity(ReadSettingOrDefault(u"Logger", u"MaxSeverity", u"DBG"), severity);
   SetMaxSeverity(override_ >= 0 ? override_.load() : static_cast<int>(severity));
   sizeThresholdMB_ = ReadNumber(u"LogFileSizeThresholdMB", 1024);
   keepOpenMs_ = ReadNumber(u"KeepOpenInterval", 5000);
+  StoreDirectory(ReadSettingOrDefault(u"Logger", u"Path", u"Logs"));
+}
 
-  std::u16string path = ReadSettingOrDefault(u"Logger", u"Path", u"Logs");
+void LogManager::StoreDirectory(std::u16string path) {
   for (char16_t& c : path) {
     if (c == u'\\') c = u'/';
   }
@@ -95,7 +135,8 @@ std::u16string LogManager::Directory() {
   return directory_;
 }
 
-void LogManager::Log(Severity severity, std::u16string_view text, const char* file, int line, Logger* logger) {
+void LogManager::Log(Severity severity, std::u16string_view text, const char* file, int line,
+                     Logger* logger) {
   const std::u16string formatted = FormatLogLine(CurrentLogLineFields(
       severity, file ? file : "", static_cast<unsigned>(line), LogScope::ThreadIndent(), text));
   if (logger) {

@@ -9,6 +9,7 @@ MessageCache& MessageCache::Instance() {
 
 std::optional<std::u16string> MessageCache::Find(uint32_t code) const {
   std::shared_lock guard(lock_);
+  if (!enabled_) return std::nullopt;
   auto it = texts_.find(code);
   if (it == texts_.end()) return std::nullopt;
   return it->second;
@@ -16,5 +17,16 @@ std::optional<std::u16string> MessageCache::Find(uint32_t code) const {
 
 void MessageCache::Store(uint32_t code, const std::u16string& text) {
   std::unique_lock guard(lock_);
-  texts_[code] = text;
+  if (enabled_) texts_[code] = text;
+}
+
+void MessageCache::SetEnabled(bool enabled) {
+  std::unique_lock guard(lock_);
+  enabled_ = enabled;
+  if (!enabled) texts_.clear();
+}
+
+bool MessageCache::enabled() const {
+  std::shared_lock guard(lock_);
+  return enabled_;
 }

@@ -10,7 +10,8 @@
 namespace {
 
 bool IsNameChar(char16_t c) {
-  return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9') || c == u'_';
+  return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || (c >= u'0' && c <= u'9') ||
+         c == u'_';
 }
 
 // Appends the variable's value, or `written` when it is not set.
@@ -25,14 +26,16 @@ void AppendVariable(std::u16string& out, std::u16string_view name, std::u16strin
 
 }  // namespace
 
-std::vector<std::string> IniSettingsSource::SearchList(const char* environmentFile, const std::string& programPath,
+std::vector<std::string> IniSettingsSource::SearchList(const char* environmentFile,
+                                                       const std::string& programPath,
                                                        const std::string& libraryPath) {
   std::vector<std::string> files;
   if (environmentFile && *environmentFile) files.push_back(environmentFile);
   const std::string programDir = DirectoryOf(programPath);
   const std::string libraryDir = DirectoryOf(libraryPath);
   files.push_back(programDir + "/" + BaseNameOf(programPath) + ".ini");
-  if (libraryPath != programPath) files.push_back(programDir + "/" + BaseNameOf(libraryPath) + ".ini");
+  if (libraryPath != programPath)
+    files.push_back(programDir + "/" + BaseNameOf(libraryPath) + ".ini");
   files.push_back(programDir + "/GlobalSettings.ini");
   if (libraryDir != programDir) {
     files.push_back(libraryDir + "/" + BaseNameOf(libraryPath) + ".ini");
@@ -41,7 +44,8 @@ std::vector<std::string> IniSettingsSource::SearchList(const char* environmentFi
   return files;
 }
 
-HRESULT IniSettingsSource::Read(std::u16string_view section, std::u16string_view key, std::u16string& value) {
+HRESULT IniSettingsSource::Read(std::u16string_view section, std::u16string_view key,
+                                std::u16string& value) {
   if (section.empty()) section = u"General";
   for (const auto& file : files_) {
     if (auto found = IniFile::Load(file).Get(section, key)) {
@@ -72,9 +76,16 @@ void SettingsSources::RemoveSource(const std::shared_ptr<ISettingsSource>& sourc
   std::erase(sources_, source);
 }
 
-HRESULT SettingsSources::Read(std::u16string_view section, std::u16string_view key, std::u16string& value) {
-  std::lock_guard guard(lock_);
-  for (auto it = sources_.rbegin(); it != sources_.rend(); ++it) {
+HRESULT SettingsSources::Read(std::u16string_view section, std::u16string_view key,
+                              std::u16string& value) {
+  // Called on a copy: a source may log, read settings or take locks of its
+  // own, and a lock held across it would tie those to every other reader.
+  std::vector<std::shared_ptr<ISettingsSource>> sources;
+  {
+    std::lock_guard guard(lock_);
+    sources = sources_;
+  }
+  for (auto it = sources.rbegin(); it != sources.rend(); ++it) {
     const HRESULT status = (*it)->Read(section, key, value);
     if (Succeeded(status) || status == E_ABORT) return status;
   }
@@ -126,7 +137,8 @@ std::u16string ExpandEnvironment(std::u16string_view text) {
 }
 
 std::u16string GetDataDirectory() {
-  std::u16string path = ExpandEnvironment(ReadSettingOrDefault(u"General", u"DataDirectoryPath", u""));
+  std::u16string path =
+      ExpandEnvironment(ReadSettingOrDefault(u"General", u"DataDirectoryPath", u""));
   const std::u16string libraryDir = ToUtf16(DirectoryOf(ModuleInfo::LibraryPath()));
   if (path.empty()) return libraryDir;
   if (path.front() != u'/') path = libraryDir + u"/" + path;

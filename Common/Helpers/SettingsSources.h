@@ -18,7 +18,8 @@ class ISettingsSource {
  public:
   virtual ~ISettingsSource() = default;
   // 0 with the value, or 0x80070490 when the key is not here.
-  virtual HRESULT Read(std::u16string_view section, std::u16string_view key, std::u16string& value) = 0;
+  virtual HRESULT Read(std::u16string_view section, std::u16string_view key,
+                       std::u16string& value) = 0;
 };
 
 // The ini files searched for a key, first to last; the first file that has
@@ -33,10 +34,12 @@ class IniSettingsSource : public ISettingsSource {
   // program's directory P and the library's directory L, P/<program>.ini,
   // P/<library>.ini (if the library is not the program), P/GlobalSettings.ini,
   // and where L differs from P, L/<library>.ini and L/GlobalSettings.ini.
-  static std::vector<std::string> SearchList(const char* environmentFile, const std::string& programPath,
+  static std::vector<std::string> SearchList(const char* environmentFile,
+                                             const std::string& programPath,
                                              const std::string& libraryPath);
 
-  HRESULT Read(std::u16string_view section, std::u16string_view key, std::u16string& value) override;
+  HRESULT Read(std::u16string_view section, std::u16string_view key,
+               std::u16string& value) override;
   const std::vector<std::string>& files() const { return files_; }
 
  private:
@@ -44,7 +47,9 @@ class IniSettingsSource : public ISettingsSource {
 };
 
 // The process-wide chain of sources: the ini files first, then whatever is
-// added. Thread-safe.
+// added. Thread-safe: the list's lock is held only to change or copy the
+// list, never while a source is asked, so a source may itself log or read
+// settings; a source removed during a read may still answer that read.
 class SettingsSources {
  public:
   static SettingsSources& Instance();

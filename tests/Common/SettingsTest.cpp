@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
-
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
+#include <thread>
 
 #include "Common/Helpers/IniFile.h"
 #include "Common/Helpers/RegistryKey.h"
@@ -15,12 +18,15 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(SettingsTest, SearchList) {
-  EXPECT_EQ(IniSettingsSource::SearchList("/etc/custom.ini", "/opt/app/bin/host", "/opt/app/lib/libscriptwright.so"),
-            (std::vector<std::string>{"/etc/custom.ini", "/opt/app/bin/host.ini", "/opt/app/bin/libscriptwright.ini",
-                                      "/opt/app/bin/GlobalSettings.ini", "/opt/app/lib/libscriptwright.ini",
-                                      "/opt/app/lib/GlobalSettings.ini"}));
-  EXPECT_EQ(IniSettingsSource::SearchList(nullptr, "/opt/app/scriptwright", "/opt/app/scriptwright"),
-            (std::vector<std::string>{"/opt/app/scriptwright.ini", "/opt/app/GlobalSettings.ini"}));
+  EXPECT_EQ(IniSettingsSource::SearchList("/etc/custom.ini", "/opt/app/bin/host",
+                                          "/opt/app/lib/libscriptwright.so"),
+            (std::vector<std::string>{
+                "/etc/custom.ini", "/opt/app/bin/host.ini", "/opt/app/bin/libscriptwright.ini",
+                "/opt/app/bin/GlobalSettings.ini", "/opt/app/lib/libscriptwright.ini",
+                "/opt/app/lib/GlobalSettings.ini"}));
+  EXPECT_EQ(
+      IniSettingsSource::SearchList(nullptr, "/opt/app/scriptwright", "/opt/app/scriptwright"),
+      (std::vector<std::string>{"/opt/app/scriptwright.ini", "/opt/app/GlobalSettings.ini"}));
   EXPECT_EQ(IniSettingsSource::SearchList("", "/a/x", "/a/liby.so").size(), 3u);
 }
 
@@ -28,7 +34,8 @@ TEST(SettingsTest, FirstFileWithTheKeyWins) {
   const fs::path dir = fs::temp_directory_path() / ("scriptwright-ini-" + std::to_string(getpid()));
   fs::create_directories(dir);
   std::ofstream(dir / "first.ini") << "[Logger]\nMaxSeverity=\n; comment\nPath = Logs/First \n";
-  std::ofstream(dir / "second.ini") << "\xEF\xBB\xBF[logger]\r\nmaxseverity=INFO\r\nPath=Second\r\n[General]\nKey=g\n";
+  std::ofstream(dir / "second.ini")
+      << "\xEF\xBB\xBF[logger]\r\nmaxseverity=INFO\r\nPath=Second\r\n[General]\nKey=g\n";
   IniSettingsSource source({(dir / "first.ini").string(), (dir / "missing.ini").string(),
                             (dir / "second.ini").string()});
   struct Case {
@@ -72,6 +79,43 @@ TEST(SettingsTest, LaterSourcesAskedFirstAndAbortEndsTheSearch) {
   EXPECT_EQ(ReadSetting(u"General", u"Probe", value), E_ABORT);
   EXPECT_EQ(ToUtf8(ReadSettingOrDefault(u"General", u"Probe", u"none")), "none");
   for (auto source : {stop, high, low}) sources.RemoveSource(source);
+}
+
+// A source may read settings on another thread and wait for the answer (a
+// source that logs does so through the log's refresh); the chain must not
+// hold its lock across the call, or the two threads wait on each other.
+TEST(SettingsSourcesThreadsTest, ASourceMayWaitForAReadOnAnotherThread) {
+  struct Relay : ISettingsSource {
+    std::mutex lock;
+    std::condition_variable changed;
+    bool innerDone = false;
+    std::thread inner;
+    HRESULT Read(std::u16string_view, std::u16string_view key, std::u16string& value) override {
+      if (key == u"Inner") {
+        value = u"inner";
+        return S_OK;
+      }
+      if (key != u"Outer") return E_NOTFOUND;
+      inner = std::thread([this] {
+        std::u16string ignored;
+        ReadSetting(u"Test", u"Inner", ignored);
+        std::lock_guard guard(lock);
+        innerDone = true;
+        changed.notify_all();
+      });
+      std::unique_lock guard(lock);
+      changed.wait_for(guard, std::chrono::seconds(5), [this] { return innerDone; });
+      value = innerDone ? u"answered" : u"stuck";
+      return S_OK;
+    }
+  };
+  auto relay = std::make_shared<Relay>();
+  SettingsSources::Instance().AddSource(relay);
+  std::u16string value;
+  EXPECT_EQ(ReadSetting(u"Test", u"Outer", value), S_OK);
+  SettingsSources::Instance().RemoveSource(relay);
+  if (relay->inner.joinable()) relay->inner.join();
+  EXPECT_EQ(ToUtf8(value), "answered");
 }
 
 TEST(SettingsTest, EnvironmentExpansion) {

@@ -22,13 +22,15 @@ VXNodePtr Parse(const std::string& text) {
 // status in the form "error 0x...".
 template <typename Processor>
 std::string RunProcessor(const std::string& config, const std::string& request, std::u16string text,
-                const std::string& variable = "") {
+                         const std::string& variable = "") {
   Processor processor;
   const HRESULT loaded = processor.Initialize(Parse(config));
   if (Failed(loaded)) return "load error " + std::to_string(static_cast<uint32_t>(loaded));
   VXNodePtr requestNode = Parse(request);
-  const HRESULT status = processor.ProcessNode(requestNode, variable.empty() ? VXNodePtr() : Parse(variable), text);
-  if (Failed(status)) return "error " + std::to_string(static_cast<uint32_t>(status)) + ": " + ToUtf8(text);
+  const HRESULT status =
+      processor.ProcessNode(requestNode, variable.empty() ? VXNodePtr() : Parse(variable), text);
+  if (Failed(status))
+    return "error " + std::to_string(static_cast<uint32_t>(status)) + ": " + ToUtf8(text);
   return ToUtf8(text);
 }
 
@@ -48,11 +50,16 @@ TEST(ValueProcessorsTest, Top) {
       {R"x(<Query Top="50"/>)x", "SELECT TOP 50 *", "SELECT TOP (50) *"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(RunProcessor<CTopProcessor>(kTop, c.request, u"SELECT TOP %TOP% *"), c.top) << c.request;
-    EXPECT_EQ(RunProcessor<COptionalTopProcessor>(kOptionalTop, c.request, u"SELECT %OPT% *"), c.optional) << c.request;
+    EXPECT_EQ(RunProcessor<CTopProcessor>(kTop, c.request, u"SELECT TOP %TOP% *"), c.top)
+        << c.request;
+    EXPECT_EQ(RunProcessor<COptionalTopProcessor>(kOptionalTop, c.request, u"SELECT %OPT% *"),
+              c.optional)
+        << c.request;
   }
-  EXPECT_EQ(RunProcessor<CTopProcessor>(R"x(<_ top="1"/>)x", "<Query/>", u""), "load error 2147943568");
-  EXPECT_EQ(RunProcessor<COptionalTopProcessor>(R"x(<_ Alias="x"/>)x", "<Query/>", u""), "load error 2147943568");
+  EXPECT_EQ(RunProcessor<CTopProcessor>(R"x(<_ top="1"/>)x", "<Query/>", u""),
+            "load error 2147943568");
+  EXPECT_EQ(RunProcessor<COptionalTopProcessor>(R"x(<_ Alias="x"/>)x", "<Query/>", u""),
+            "load error 2147943568");
 }
 
 TEST(ValueProcessorsTest, SimpleParameters) {
@@ -64,22 +71,50 @@ TEST(ValueProcessorsTest, SimpleParameters) {
   } cases[] = {
       {R"x(<Query User="O'Brien"/>)x", "", u"[Who] = N'$User$'", "[Who] = N'O''Brien'"},
       {"<Query/>", R"x(<variable_processor User="fallback"/>)x", u"$User$", "fallback"},
-      {R"x(<Query User="request"/>)x", R"x(<variable_processor User="fallback"/>)x", u"$User$", "request"},
+      {R"x(<Query User="request"/>)x", R"x(<variable_processor User="fallback"/>)x", u"$User$",
+       "request"},
       {"<Query/>", "", u"cost: 5$", "cost: 5$"},
       {R"x(<Query A="1" B="2"/>)x", "", u"$A$+$B$=3", "1+2=3"},
       {R"x(<Query A="$B$" B="x"/>)x", "", u"[$A$]", "[x]"},  // a value is scanned again
       {R"x(<Query Empty=""/>)x", "", u"a$Empty$b", "ab"},
       {R"x(<Query A="1"/>)x", "", u"$A$ and $Missing$", "error 2147942487: 1 and $Missing$"},
       {R"x(<Query Loop="$Loop$"/>)x", "", u"$Loop$", ""},
+      {R"x(<Query A="$B" B="x"/>)x", "", u"$A$$", "x"},  // a name made of value and text
+      {R"x(<Query A="1"/>)x", "", u"xx$A$yy$A$zz", "xx1yy1zz"},
+      {R"x(<Query A="a longer value"/>)x", "", u"$A$ and $A$.",
+       "a longer value and a longer value."},
+      {R"x(<Query A="$B$$B$" B="$C$$C$" C="long value "/>)x", "", u"<$A$>",
+       "<long value long value long value long value >"},
   };
   for (const auto& c : cases) {
-    const std::string actual = RunProcessor<CSimpleParametersProcessor>(kParameters, c.request, c.text, c.variable);
+    const std::string actual =
+        RunProcessor<CSimpleParametersProcessor>(kParameters, c.request, c.text, c.variable);
     if (std::string(c.request).find("Loop") != std::string::npos) {
       EXPECT_EQ(actual.rfind("error 2147942487", 0), 0u) << "a value naming itself must not hang";
     } else {
       EXPECT_EQ(actual, c.expected) << c.request;
     }
   }
+}
+
+// A value that names its own parameter grows the text with each round; the
+// growth bound ends it long before the replacement cap would.
+TEST(ValueProcessorsTest, SelfReferenceFailsFast) {
+  const std::string padding(1000, 'x');
+  const std::string request = R"x(<Query User="$User$)x" + padding + R"x("/>)x";
+  const std::u16string text = u"WHERE r.[Who] = N'$User$'";
+  CSimpleParametersProcessor processor;
+  ASSERT_EQ(processor.Initialize(Parse(kParameters)), S_OK);
+  VXNodePtr requestNode = Parse(request);
+  std::u16string working = text;
+  EXPECT_EQ(processor.ProcessNode(requestNode, VXNodePtr(), working), E_INVALIDARG);
+  const auto info = GetErrorInfo();
+  ASSERT_TRUE(info);
+  EXPECT_EQ(ToUtf8(info->description), "The parameter is incorrect: the text grew from " +
+                                           std::to_string(text.size()) +
+                                           " to more than 524288 characters (parameter 'User')");
+  EXPECT_GT(working.size(), 524288u);  // half replaced, as any failure leaves it
+  EXPECT_EQ(working.substr(0, 18), u"WHERE r.[Who] = N'");
 }
 
 TEST(ValueProcessorsTest, UidAndDateAdd) {
@@ -91,16 +126,21 @@ TEST(ValueProcessorsTest, UidAndDateAdd) {
         <ReplacedEntry IdAttributeName="UserId" ReplacedVariable="%USER%"/>
       </_>
     </_>)x";
-  EXPECT_EQ(RunProcessor<CUIDProcessor>(uidConfig, R"x(<Query SessionId="{0dd265d7-9c92-4fc0-9cbe-32d691746561}" Ignored="x"/>)x",
-                               u"#T_%SESSION%_%USER%_%SECOND%_%IGNORED%"),
-            "#T_0dd265d79c924fc09cbe32d691746561_%USER%_%SECOND%_%IGNORED%");
+  EXPECT_EQ(
+      RunProcessor<CUIDProcessor>(
+          uidConfig, R"x(<Query SessionId="{0dd265d7-9c92-4fc0-9cbe-32d691746561}" Ignored="x"/>)x",
+          u"#T_%SESSION%_%USER%_%SECOND%_%IGNORED%"),
+      "#T_0dd265d79c924fc09cbe32d691746561_%USER%_%SECOND%_%IGNORED%");
   EXPECT_EQ(RunProcessor<CUIDProcessor>("<_/>", "<Query/>", u""), "load error 2147943568");
 
-  const char* dateConfig = R"x(<_ variable="%DATEADD%" part_variable="%PART%" offset_variable="%OFFSET%"/>)x";
-  EXPECT_EQ(RunProcessor<CDateAddProcessor>(dateConfig, "<Query/>", u"DATEADD(%PART%, %OFFSET%, [When]) %DATEADD%"),
+  const char* dateConfig =
+      R"x(<_ variable="%DATEADD%" part_variable="%PART%" offset_variable="%OFFSET%"/>)x";
+  EXPECT_EQ(RunProcessor<CDateAddProcessor>(dateConfig, "<Query/>",
+                                            u"DATEADD(%PART%, %OFFSET%, [When]) %DATEADD%"),
             "DATEADD(hour, 0, [When]) %DATEADD%");
-  EXPECT_EQ(RunProcessor<CDateAddProcessor>(dateConfig, R"x(<Query DateTimePart="minute" DateTimeOffset="i32:-90"/>)x",
-                                   u"DATEADD(%PART%, %OFFSET%, [When])x"),
+  EXPECT_EQ(RunProcessor<CDateAddProcessor>(
+                dateConfig, R"x(<Query DateTimePart="minute" DateTimeOffset="i32:-90"/>)x",
+                u"DATEADD(%PART%, %OFFSET%, [When])x"),
             "DATEADD(minute, -90, [When])x");
 }
 
