@@ -25,9 +25,8 @@ HRESULT CModuleObject::QueryInterface(const GUID& iid, void** out) {
 }
 
 uint32_t CModuleObject::AddRef() { return ++references_; }
-uint32_t CModuleObject::Release() {
-  return --references_;
-}  // never freed: it lives with the module
+// Never freed: it lives with the module.
+uint32_t CModuleObject::Release() { return --references_; }
 
 HRESULT CModuleObject::DumpAliveObjects() {
   return ComponentBorder("CModuleObject::DumpAliveObjects",
