@@ -31,6 +31,8 @@ const std::unordered_map<uint32_t, std::u16string_view>& SystemTexts() {
       {0x8007007A, u"The data area passed to a system call is too small."},
       {0x8007000D, u"The data is invalid."},
       {0x80070002, u"The system cannot find the file specified."},
+      {0x8007139F,
+       u"The group or resource is not in the correct state to perform the requested operation."},
       {0x80040154, u"Class not registered"},
   };
   return table;

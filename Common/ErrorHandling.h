@@ -23,6 +23,8 @@ constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000E);
 constexpr HRESULT E_INSUFFICIENT_BUFFER = static_cast<HRESULT>(0x8007007A);
 constexpr HRESULT E_INVALID_DATA = static_cast<HRESULT>(0x8007000D);
 constexpr HRESULT E_FILE_NOT_FOUND = static_cast<HRESULT>(0x80070002);
+// A call that the object's present state refuses.
+constexpr HRESULT E_INVALID_STATE = static_cast<HRESULT>(0x8007139F);
 constexpr HRESULT CLASS_E_CLASSNOTAVAILABLE = static_cast<HRESULT>(0x80040154);
 constexpr HRESULT E_BAD_GROUP_CONDITION = static_cast<HRESULT>(0x80040C0E);
 constexpr HRESULT E_TABLES_MANAGER_UNAVAILABLE = static_cast<HRESULT>(0x80047F01);

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <mutex>
 #include <new>
-#include <string>
 #include <tuple>
 #include <typeinfo>
 
@@ -55,7 +54,8 @@ class CComponentObject final : public T {
     if (!out) return E_INVALIDARG;
     *out = nullptr;
     if (iid == IComponent::kIid) {
-      *out = static_cast<IComponent*>(static_cast<std::tuple_element_t<0, typename T::Interfaces>*>(this));
+      *out = static_cast<IComponent*>(
+          static_cast<std::tuple_element_t<0, typename T::Interfaces>*>(this));
     } else {
       Find(iid, out, static_cast<typename T::Interfaces*>(nullptr));
     }
@@ -77,21 +77,26 @@ class CComponentObject final : public T {
     return 0;
   }
 
-  // Makes an object and gives its interface `iid`; on any failure no object
-  // and no module lock remain.
+  // Makes an object and gives its interface `iid`; on any failure, a status
+  // or an exception of the constructor or FinalConstruct, no object and no
+  // module lock remain (the module object's border turns the exception into
+  // a status).
   static HRESULT Create(const GUID& iid, void** out) {
     if (!out) return E_INVALIDARG;
     *out = nullptr;
     auto* object = new (std::nothrow) CComponentObject<T>;
     if (!object) return E_OUTOFMEMORY;
-    DbgAliveObjectsTracker::Instance().Add(object, std::string("CComponentObject<class ") + typeid(T).name() +
-                                                       ">::CComponentObject");
+    DbgAliveObjectsTracker::Instance().Add(object, typeid(T));
     CModuleObject::Instance().Lock();
     object->AddRef();
-    HRESULT status = object->FinalConstruct();
-    if (Succeeded(status)) status = object->QueryInterface(iid, out);
-    object->Release();  // the last one when anything failed
-    return status;
+    // Drops the reference of the creation on every way out: the last one
+    // when anything failed.
+    struct Hold {
+      CComponentObject* object;
+      ~Hold() { object->Release(); }
+    } hold{object};
+    const HRESULT status = object->FinalConstruct();
+    return Succeeded(status) ? object->QueryInterface(iid, out) : status;
   }
 
  private:
@@ -139,7 +144,9 @@ class CWeakRefObj final : public IWeakReference {
 // Shutdown when Configure leaves by an exception.
 class ConfigureGuard {
  public:
-  ConfigureGuard(IComponent* self, IShutdown* shutdown) : self_(self), shutdown_(shutdown) { self_->AddRef(); }
+  ConfigureGuard(IComponent* self, IShutdown* shutdown) : self_(self), shutdown_(shutdown) {
+    self_->AddRef();
+  }
   ~ConfigureGuard() {
     if (shutdown_) shutdown_->Shutdown();
     self_->Release();

@@ -2,23 +2,29 @@
 
 #include <map>
 #include <mutex>
-#include <string>
+#include <typeinfo>
 #include <vector>
 
 // Records the component objects alive in the module, when the setting
 // `EnableAliveObjectsTracking` of section "Debug" is non-zero; each record is
-// the object's tag and the return addresses of its creation, skipping
-// `AliveObjectsTrackingFramesToSkip` frames. Has its own lock.
+// the object's class and the return addresses of its creation, skipping
+// `AliveObjectsTrackingFramesToSkip` frames. The dump tags each object with
+// its class's readable (demangled) name:
+//   ObjTag='CComponentObject<class QueriesProcessing::CScriptwright>::CComponentObject'
+// Has its own lock.
 class DbgAliveObjectsTracker {
  public:
   static DbgAliveObjectsTracker& Instance();
 
   // Tracking as the settings say, read once.
   DbgAliveObjectsTracker();
-  DbgAliveObjectsTracker(bool enabled, int framesToSkip) : enabled_(enabled), framesToSkip_(framesToSkip) {}
+  DbgAliveObjectsTracker(bool enabled, int framesToSkip)
+      : enabled_(enabled), framesToSkip_(framesToSkip) {}
 
   bool Enabled() const { return enabled_; }
-  void Add(const void* object, std::string tag);
+  // A record that cannot be stored (out of memory) is dropped: the tracker
+  // is a debugging aid and never fails the creation it watches.
+  void Add(const void* object, const std::type_info& type) noexcept;
   void Remove(const void* object);
   size_t Count() const;
   // "Alive component objects: N" at WARN, then one line per object; nothing
@@ -27,7 +33,7 @@ class DbgAliveObjectsTracker {
 
  private:
   struct Record {
-    std::string tag;
+    const std::type_info* type;
     std::vector<void*> frames;
   };
 

@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "Common/Components/DbgAliveObjectsTracker.h"
+#include "Common/OperationFrame.h"
 
 CModuleObject& CModuleObject::Instance() {
   static CModuleObject* instance = new CModuleObject;  // outlives every object it counts
@@ -24,11 +25,12 @@ HRESULT CModuleObject::QueryInterface(const GUID& iid, void** out) {
 }
 
 uint32_t CModuleObject::AddRef() { return ++references_; }
-uint32_t CModuleObject::Release() { return --references_; }  // never freed: it lives with the module
+// Never freed: it lives with the module.
+uint32_t CModuleObject::Release() { return --references_; }
 
 HRESULT CModuleObject::DumpAliveObjects() {
-  DbgAliveObjectsTracker::Instance().Dump();
-  return S_OK;
+  return ComponentBorder("CModuleObject::DumpAliveObjects",
+                         [] { DbgAliveObjectsTracker::Instance().Dump(); });
 }
 
 int32_t CModuleObject::Lock() { return ++locks_; }
@@ -41,17 +43,20 @@ HRESULT CModuleObject::CanUnload(bool* busy) {
 }
 
 HRESULT CModuleObject::GetClassObject(const GUID& classId, const GUID& iid, void** out) {
-  std::shared_ptr<Factory> factory;
-  {
-    std::shared_lock guard(registryLock_);
-    auto it = registry_.find(classId);
-    if (it == registry_.end()) return CLASS_E_CLASSNOTAVAILABLE;
-    factory = it->second;
-  }
-  return (*factory)(iid, out);
+  return ComponentBorder("CModuleObject::GetClassObject", [&] {
+    std::shared_ptr<Factory> factory;
+    {
+      std::shared_lock guard(registryLock_);
+      auto it = registry_.find(classId);
+      if (it == registry_.end()) return CLASS_E_CLASSNOTAVAILABLE;
+      factory = it->second;
+    }
+    return (*factory)(iid, out);
+  });
 }
 
 extern "C" HRESULT GetComponentsModuleObject(const GUID* iid, void** out) {
   if (!iid || !out) return E_INVALIDARG;
-  return CModuleObject::Instance().QueryInterface(*iid, out);
+  return ComponentBorder("GetComponentsModuleObject",
+                         [&] { return CModuleObject::Instance().QueryInterface(*iid, out); });
 }

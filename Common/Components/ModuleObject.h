@@ -8,14 +8,15 @@
 #include "Common/Components/IComponent.h"
 
 // The module's entry for hosts: counts the module's live objects and makes
-// the registered classes by GUID.
+// the registered classes by GUID. Its operations are component borders
+// (ComponentBorder): an exception of a class's construction becomes a status.
 struct IModuleObject : IComponent {
   static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D01}");
-  virtual HRESULT Nop() = 0;                 // does nothing
-  virtual HRESULT DumpAliveObjects() = 0;    // the tracker's table to the log
-  virtual int32_t Lock() = 0;                // the new lock count
+  virtual HRESULT Nop() = 0;               // does nothing
+  virtual HRESULT DumpAliveObjects() = 0;  // the tracker's table to the log
+  virtual int32_t Lock() = 0;              // the new lock count
   virtual int32_t Unlock() = 0;
-  virtual HRESULT CanUnload(bool* busy) = 0; // true while objects live; null: 0x80004003
+  virtual HRESULT CanUnload(bool* busy) = 0;  // true while objects live; null: 0x80004003
   // Makes an object of `classId` and gives its interface `iid`:
   // 0x80040154 for a class not registered.
   virtual HRESULT GetClassObject(const GUID& classId, const GUID& iid, void** out) = 0;

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <future>
-#include <mutex>
+#include <memory>
 #include <thread>
 
 // Runs `work` again and again on a thread of its own until stopped.
@@ -20,6 +18,12 @@
 // as planned. `work` may call SetInterval, Trigger and IsStopped on its own
 // action. Stop does not wait; the destructor stops and joins. Thread-safe. The
 // clock is the steady clock, which never jumps with the system time.
+//
+// The work may even destroy its own action (it let go of the last owner of
+// the object that holds the action): the destructor, run on the action's own
+// thread, then stops the action and detaches the thread instead of joining it;
+// the thread keeps what it uses alive, ends the current run and exits without
+// running the work again.
 class CAsyncAction {
  public:
   using Duration = std::chrono::steady_clock::duration;
@@ -43,19 +47,11 @@ class CAsyncAction {
   uint64_t FinishedCount() const;
 
  private:
-  void Run(Duration firstDelay);
-  // Waits until stopped, triggered or `deadline`; a max deadline waits for good.
-  void WaitUntil(std::unique_lock<std::mutex>& guard, std::chrono::steady_clock::time_point deadline);
+  struct State;
 
-  mutable std::mutex lock_;
-  std::condition_variable wake_;
-  Duration interval_;                                  // guarded by lock_
-  std::chrono::steady_clock::time_point lastFinished_; // guarded by lock_
-  bool triggered_ = false;                             // guarded by lock_
-  bool stopped_ = false;                               // guarded by lock_
-  uint64_t startedCount_ = 0;                          // guarded by lock_
-  uint64_t finishedCount_ = 0;                         // guarded by lock_
-  std::shared_future<void> currentRun_;                // guarded by lock_
-  std::function<void()> work_;
-  std::thread thread_;  // last: starts once everything above is set
+  static void Run(State& state, Duration firstDelay);
+
+  // Shared with the thread, which may outlive this object (see above).
+  std::shared_ptr<State> state_;
+  std::thread thread_;  // last: starts once the state is set
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -24,10 +25,27 @@ namespace QueriesProcessing {
 // every 100 ms until it succeeds or Shutdown ends the thread. A burst of
 // notifications merges into one rebuild.
 //
-// ProcessQuery refuses a node whose type is not "Query" (0x80070057),
-// prepares it and passes it on; CancelQuery passes "Cookie" nodes on without
-// the engine. Operations log their failures and return the code.
-// Thread-safe: the engine serialises preparations and rebuilds.
+// Configure is accepted once: a second call fails with 0x8007139F and leaves
+// the first configuration (and its thread) as it is; a new catalogue is a new
+// component. A failed Configure shuts the component down.
+//
+// ProcessQuery refuses, with 0x8007000D and before anything else (the log's
+// dump of the request included), a request deeper than kMaxTreeDepth levels
+// (Common/Nodes/TreeDepth.h), so that every walk of the engine and its
+// processors recurses at most that far; then a node whose type is not
+// "Query" (0x80070057). It prepares the request and passes it on; CancelQuery
+// passes "Cookie" nodes (depth-checked too) on without the engine. Before a
+// successful Configure both fail with 0x8007139F.
+//
+// Once Shutdown has begun, Configure, ProcessQuery and CancelQuery fail with
+// 0x80047F03 at once, touching neither the engine nor the executing
+// component; a request already past that point finishes. Shutdown stops and
+// joins the thread; it may come first, and more than once.
+//
+// Every operation is a component border (ComponentBorder): HRX and standard
+// exceptions become logged statuses, nothing escapes to the host.
+// Thread-safe: the engine serialises preparations and rebuilds; Configure and
+// Shutdown come from the host's configuration thread.
 class CScriptwright : public CComponentBase,
                       public IConfigurable,
                       public IQueryProcessor,
@@ -36,8 +54,8 @@ class CScriptwright : public CComponentBase,
                       public ITriggerObserver,
                       public IShutdown {
  public:
-  using Interfaces = std::tuple<IConfigurable, IQueryProcessor, IConfigObserver, IWeakReferenceSource,
-                                ITriggerObserver, IShutdown>;
+  using Interfaces = std::tuple<IConfigurable, IQueryProcessor, IConfigObserver,
+                                IWeakReferenceSource, ITriggerObserver, IShutdown>;
   static inline const GUID kClassId = MakeGuid(u"{772DD3A6-C1F8-4AB9-A4C7-4D46A84131C3}");
 
   HRESULT Configure(const VXNodePtr& config) override;
@@ -54,17 +72,25 @@ class CScriptwright : public CComponentBase,
 
  private:
   void Subscribe();
+  void StartReinitializeThread();
   void SignalReinit();
   void ReinitializeThread();
+  // Raise the statuses of a call that comes too early or too late.
+  void RefuseIfShutDown() const;
+  void RefuseUnlessConfigured() const;
 
   std::shared_ptr<CScriptwrightImpl> engine_ = std::make_shared<CScriptwrightImpl>();
-  CompPtr<IQueryProcessor> target_;
-  VXNodePtr config_;
+  CompPtr<IQueryProcessor> target_;  // written once, before configured_ is set
+  VXNodePtr config_;                 // written once, before the thread starts
+  std::atomic<bool> configureCalled_{false};
+  std::atomic<bool> configured_{false};  // set once Configure succeeded
   std::mutex eventsLock_;
   std::condition_variable eventsChanged_;
-  bool stopEvent_ = false;    // guarded by eventsLock_; stays set
+  // Written under eventsLock_ (the thread's wait reads it there), read
+  // anywhere by the calls that must fail fast; stays set.
+  std::atomic<bool> stopEvent_{false};
   bool reinitEvent_ = false;  // guarded by eventsLock_; reset by the waiter
-  std::thread reinitThread_;
+  std::thread reinitThread_;  // guarded by eventsLock_
 };
 
 }  // namespace QueriesProcessing

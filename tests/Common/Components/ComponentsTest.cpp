@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <mutex>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Common/Components/CompPtr.h"
 #include "Common/Components/ComponentObject.h"
 #include "Common/Components/ModuleObject.h"
+#include "Common/Logger.h"
 
 namespace {
 
@@ -19,12 +23,20 @@ struct ITestB : IComponent {
   static inline const GUID kIid = MakeGuid(u"{11111111-0000-0000-0000-000000000002}");
 };
 
-class CTestComponent : public CComponentBase, public ITestA, public ITestB, public IWeakReferenceSource {
+class CTestComponent : public CComponentBase,
+                       public ITestA,
+                       public ITestB,
+                       public IWeakReferenceSource {
  public:
   using Interfaces = std::tuple<ITestA, ITestB, IWeakReferenceSource>;
   static inline bool failConstruct = false;
+  // Thrown by FinalConstruct when set.
+  static inline void (*raise)() = nullptr;
 
-  HRESULT FinalConstruct() { return failConstruct ? E_FAIL : S_OK; }
+  HRESULT FinalConstruct() {
+    if (raise) raise();
+    return failConstruct ? E_FAIL : S_OK;
+  }
   void FinalRelease() { gEvents.push_back("FinalRelease"); }
   ~CTestComponent() { gEvents.push_back("destructor"); }
   int Value() override { return 42; }
@@ -54,7 +66,8 @@ TEST(ModuleObjectTest, Failures) {
   EXPECT_EQ(GetComponentsModuleObject(&IModuleObject::kIid, nullptr), E_INVALIDARG);
   EXPECT_EQ(GetComponentsModuleObject(&ITestA::kIid, &out), E_NOINTERFACE);
   auto module = Module();
-  EXPECT_EQ(module->GetClassObject(MakeGuid(u"{99999999-0000-0000-0000-000000000000}"), ITestA::kIid, &out),
+  EXPECT_EQ(module->GetClassObject(MakeGuid(u"{99999999-0000-0000-0000-000000000000}"),
+                                   ITestA::kIid, &out),
             CLASS_E_CLASSNOTAVAILABLE);
   EXPECT_EQ(module->CanUnload(nullptr), E_POINTER);
   EXPECT_EQ(module->Nop(), S_OK);
@@ -92,7 +105,8 @@ TEST(ComponentObjectTest, LifetimeAndInterfaces) {
   b = CompPtr<ITestB>();
   EXPECT_EQ(gEvents, (std::vector<std::string>{"FinalRelease", "destructor"}));
   EXPECT_EQ(ModuleLocks(), locksBefore);
-  EXPECT_EQ(weak->Resolve(ITestA::kIid, resolved.ReceiveVoid()), E_NOINTERFACE);  // the weak one outlives it
+  EXPECT_EQ(weak->Resolve(ITestA::kIid, resolved.ReceiveVoid()),
+            E_NOINTERFACE);  // the weak one outlives it
   EXPECT_FALSE(resolved);
 }
 
@@ -106,18 +120,86 @@ TEST(ComponentObjectTest, FailingConstructionLeavesNothing) {
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(gEvents, (std::vector<std::string>{"FinalRelease", "destructor"}));
   EXPECT_EQ(ModuleLocks(), locksBefore);
-  EXPECT_EQ(Module()->GetClassObject(kTestClass, IShutdown::kIid, &out), E_NOINTERFACE);  // no such interface
+  EXPECT_EQ(Module()->GetClassObject(kTestClass, IShutdown::kIid, &out),
+            E_NOINTERFACE);  // no such interface
   EXPECT_EQ(ModuleLocks(), locksBefore);
 }
 
-TEST(DbgAliveObjectsTrackerTest, RecordsOnlyWhenEnabled) {
+// An exception of a class's construction leaves the module object as a
+// status, with the exception's text as the error information, and leaves no
+// object and no module lock behind.
+TEST(ComponentObjectTest, ExceptionsOfTheConstructionBecomeStatuses) {
+  const struct {
+    void (*raise)();
+    HRESULT expected;
+    const char16_t* text;
+  } cases[] = {
+      {[] { throw std::bad_alloc(); }, E_OUTOFMEMORY, u": std::bad_alloc"},
+      {[] { throw std::invalid_argument("bad width"); }, E_INVALIDARG, u": bad width"},
+      {[] { throw std::out_of_range("past the end"); }, E_INVALIDARG, u": past the end"},
+      {[] { throw std::length_error("too long"); }, E_FAIL, u": too long"},
+      {[] { throw 42; }, E_FAIL, u": an exception of unknown type"},
+      {[] { throw HRX(HRES::Quiet(E_NOTFOUND)); }, E_NOTFOUND, u"Element not found"},
+  };
+  const int32_t locksBefore = ModuleLocks();
+  for (const auto& c : cases) {
+    gEvents.clear();
+    CTestComponent::raise = c.raise;
+    void* out = reinterpret_cast<void*>(1);
+    EXPECT_EQ(Module()->GetClassObject(kTestClass, ITestA::kIid, &out), c.expected);
+    CTestComponent::raise = nullptr;
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(gEvents, (std::vector<std::string>{"FinalRelease", "destructor"}));
+    EXPECT_EQ(ModuleLocks(), locksBefore);
+    const auto info = GetErrorInfo();
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->code, c.expected);
+    EXPECT_TRUE(info->description.ends_with(c.text)) << ToUtf8(info->description);
+  }
+}
+
+// Keeps the lines the process log writes.
+class LineCapture : public Logger {
+ public:
+  void Write(const char16_t* text, size_t length) override {
+    std::lock_guard guard(lock_);
+    lines_.emplace_back(text, length);
+  }
+  std::vector<std::u16string> Take() {
+    std::lock_guard guard(lock_);
+    return std::exchange(lines_, {});
+  }
+
+ private:
+  std::mutex lock_;
+  std::vector<std::u16string> lines_;
+};
+
+TEST(DbgAliveObjectsTrackerTest, RecordsOnlyWhenEnabledAndNamesClassesReadably) {
   DbgAliveObjectsTracker off(false, 0);
   int object = 0;
-  off.Add(&object, "tag");
+  off.Add(&object, typeid(CTestComponent));
   EXPECT_EQ(off.Count(), 0u);
   DbgAliveObjectsTracker on(true, 0);
-  on.Add(&object, "tag");
+  on.Add(&object, typeid(CTestComponent));
   EXPECT_EQ(on.Count(), 1u);
+
+  static LineCapture capture;
+  static const bool added = AddLogger(&capture);
+  ASSERT_TRUE(added);
+  capture.Take();
+  SetMaxSeverity(Severity::WARN);
+  on.Dump();
+  off.Dump();  // tracking off: nothing
+  SetMaxSeverity(Severity::ERR);
+  const auto lines = capture.Take();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_NE(lines[0].find(u"Alive component objects: 1"), std::u16string::npos);
+  EXPECT_NE(lines[1].find(u"ObjTag='CComponentObject<class (anonymous "
+                          u"namespace)::CTestComponent>::CComponentObject' "),
+            std::u16string::npos)
+      << ToUtf8(lines[1]);
+
   on.Remove(&object);
   EXPECT_EQ(on.Count(), 0u);
 }

@@ -1,11 +1,12 @@
-#include "Common/Helpers/AsyncAction.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <stdexcept>
 #include <thread>
+
+#include "Common/Helpers/AsyncAction.h"
 
 namespace {
 
@@ -38,7 +39,8 @@ TEST(AsyncActionTest, TwoArgumentFormWaitsOneIntervalFirst) {
   std::atomic<int64_t> firstRunAfterMs{-1};
   CAsyncAction action(100ms, [&] {
     if (firstRunAfterMs < 0) {
-      firstRunAfterMs = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+      firstRunAfterMs =
+          std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
     }
   });
   ASSERT_TRUE(WaitFor([&] { return action.FinishedCount() >= 1; }));
@@ -85,6 +87,39 @@ TEST(AsyncActionTest, DestructorStopsAWaitingAction) {
     CAsyncAction action(std::chrono::hours(1), [] {});
   }
   EXPECT_LT(Clock::now() - start, 1s);
+}
+
+// The work lets go of the last owner of the object that holds the action, so
+// the action is destroyed on its own thread: it stops instead of joining
+// itself, and the work never runs again.
+TEST(AsyncActionTest, TheWorkMayDestroyItsOwnAction) {
+  struct Owner {
+    std::unique_ptr<CAsyncAction> action;
+    std::atomic<bool>* destroyedOnWorker;
+    std::thread::id caller;
+    ~Owner() {
+      action.reset();
+      *destroyedOnWorker = std::this_thread::get_id() != caller;
+    }
+  };
+  std::atomic<bool> destroyedOnWorker{false};
+  std::atomic<int> runs{0};
+  std::atomic<bool> handedOver{false};
+  std::shared_ptr<Owner> last;  // the work's alone once handedOver is set
+  auto owner = std::make_shared<Owner>();
+  owner->destroyedOnWorker = &destroyedOnWorker;
+  owner->caller = std::this_thread::get_id();
+  owner->action = std::make_unique<CAsyncAction>(1ms, 0s, [&] {
+    ++runs;
+    if (handedOver.exchange(false)) last.reset();
+  });
+  ASSERT_TRUE(WaitFor([&] { return runs >= 2; }));
+  last = std::move(owner);
+  handedOver = true;
+  ASSERT_TRUE(WaitFor([&] { return destroyedOnWorker.load(); }));
+  const int runsAtDestruction = runs;
+  std::this_thread::sleep_for(30ms);  // room for a run that must not come
+  EXPECT_EQ(runs, runsAtDestruction);
 }
 
 }  // namespace
