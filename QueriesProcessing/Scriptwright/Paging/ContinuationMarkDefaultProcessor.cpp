@@ -3,6 +3,7 @@
 #include "Common/LogScope.h"
 #include "Common/OperationFrame.h"
 #include "Common/Text.h"
+#include "QueriesProcessing/Scriptwright/Paging/MarkFragments.h"
 
 namespace QueriesProcessing {
 
@@ -20,7 +21,7 @@ HRESULT ContinuationMarkDefaultProcessor::ProcessNode(
     const std::shared_ptr<const CContinuationMark>& mark) const {
   VX_LOG_SCOPE(Severity::DBG2, "ContinuationMarkDefaultProcessor::ProcessNode");
   return OperationFrame("ContinuationMarkDefaultProcessor::ProcessNode", [&] {
-    if (text.find(kToken) == std::u16string::npos) return;
+    if (!MarkFragments::HoldsToken(text, kToken)) return;
     const MarkEntry entry = mark ? mark->GetMarkForDB(dbKey) : MarkEntry();
     const auto rid = entry.find(u"RID");
     std::u16string condition;

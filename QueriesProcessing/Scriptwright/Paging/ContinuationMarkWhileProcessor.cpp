@@ -52,8 +52,9 @@ void AddPlainSortValues(const std::vector<VXNodePtr>& entries, Replacements& rep
   const VXNodePtr* orderEntry = first ? first : (entries.empty() ? nullptr : &entries.back());
   const std::u16string column = orderEntry ? Column(*orderEntry) : std::u16string();
   std::u16string order;
-  if (orderEntry)
+  if (orderEntry) {
     order.append(u"ORDER BY [").append(column).append(u"] ").append(Direction(*orderEntry));
+  }
   replacements.emplace_back(u"%CMARK_NEXT_CONDITION_ORDER%", std::move(order));
   replacements.emplace_back(u"%CMARK_DISTINCT_FIELD%", u"[" + column + u"]");
   replacements.emplace_back(u"%SELECT_TOP_ACTION%", u"");
@@ -62,12 +63,14 @@ void AddPlainSortValues(const std::vector<VXNodePtr>& entries, Replacements& rep
 void AddActionSortValues(const std::vector<VXNodePtr>& entries, Replacements& replacements) {
   std::u16string order = u"ORDER BY ";
   for (const auto& entry : entries) {
-    if (Column(entry) == kWhatAction)
+    if (Column(entry) == kWhatAction) {
       order.append(u"[Actions].[What_Action] ").append(Direction(entry));
+    }
   }
   replacements.emplace_back(u"%CMARK_NEXT_CONDITION_ORDER%", std::move(order));
-  replacements.emplace_back(u"%SELECT_TOP_ACTION%", u", @" + std::u16string(kWhatAction) +
-                                                        u"Int = [NextData].[What_Action]");
+  // The T-SQL variable @What_ActionInt takes the action's number.
+  replacements.emplace_back(u"%SELECT_TOP_ACTION%",
+                            u", @What_ActionInt = [NextData].[What_Action]");
   replacements.emplace_back(u"%CMARK_DISTINCT_FIELD%", u"[Actions].[What_Action]");
 }
 

@@ -1,5 +1,8 @@
 #include "QueriesProcessing/Scriptwright/Paging/MarkFragments.h"
 
+#include <bit>
+#include <cstring>
+
 #include "Common/ErrorHandling.h"
 
 namespace QueriesProcessing::MarkFragments {
@@ -13,6 +16,28 @@ RequiredCollate ReadRequiredCollate(const VXNodePtr& config) {
     requiredCollate.try_emplace(std::move(name), collate);
   });
   return requiredCollate;
+}
+
+static_assert(std::endian::native == std::endian::little, "HoldsToken reads UTF-16 units as bytes");
+
+// Candidates for the first unit are found by memchr on its low byte; a hit at
+// an odd offset is the high byte of some unit and is passed over. The
+// standard find compares unit by unit, many times slower on long texts.
+bool HoldsToken(std::u16string_view text, std::u16string_view token) {
+  if (token.empty()) return true;
+  const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+  const size_t end = text.size() * 2;
+  for (size_t at = 0; at < end;) {
+    const void* hit = std::memchr(bytes + at, token[0] & 0xFF, end - at);
+    if (!hit) return false;
+    const size_t offset = static_cast<size_t>(static_cast<const unsigned char*>(hit) - bytes);
+    at = offset + 1;
+    if (offset % 2 != 0) continue;
+    const size_t index = offset / 2;
+    if (text.size() - index < token.size()) return false;
+    if (text.compare(index, token.size(), token) == 0) return true;
+  }
+  return false;
 }
 
 std::u16string Column(const VXNodePtr& entry) { return entry.GetString(u"Column"); }

@@ -10,6 +10,21 @@ using namespace MarkFragments;
 using Testing::Parse;
 using Testing::Raised;
 
+TEST(MarkFragmentsTest, HoldsToken) {
+  struct Case {
+    std::u16string text;
+    bool expected;
+  } cases[] = {
+      {u"a %T% b", true},   {u"%T%", true},
+      {u"ab%T", false},     {u"", false},
+      {u"%t%", false},      {u"\u2500T%", false},        // a unit whose high byte is "%"
+      {u"\u2500%T%", true},                              // and the token right behind it
+      {u"%%T%", true},      {u"\u2525\u2525%T%", true},  // both bytes of a unit are "%"
+  };
+  for (const auto& c : cases) EXPECT_EQ(HoldsToken(c.text, u"%T%"), c.expected) << ToUtf8(c.text);
+  EXPECT_TRUE(HoldsToken(u"", u""));
+}
+
 TEST(MarkFragmentsTest, DirectionOperator) {
   struct Case {
     const char* entry;
