@@ -21,8 +21,7 @@ RequiredCollate ReadRequiredCollate(const VXNodePtr& config) {
 static_assert(std::endian::native == std::endian::little, "HoldsToken reads UTF-16 units as bytes");
 
 // Candidates for the first unit are found by memchr on its low byte; a hit at
-// an odd offset is the high byte of some unit and is passed over. The
-// standard find compares unit by unit, many times slower on long texts.
+// an odd offset is the high byte of some unit and is passed over.
 bool HoldsToken(std::u16string_view text, std::u16string_view token) {
   if (token.empty()) return true;
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());

@@ -32,8 +32,9 @@ inline constexpr std::u16string_view kInnerJoinBlock =
 // 0x80070490); the first of a name stays. Other children are ignored.
 RequiredCollate ReadRequiredCollate(const VXNodePtr& config);
 
-// True when `text` holds `token`; an empty token is always held. Every pair of a fan-out passes
-// its whole text through here, so the scan runs at memory speed.
+// True when `text` holds `token`; an empty token is always held. Every pair
+// of a fan-out passes its whole text through here, so candidates are found
+// with memchr rather than unit by unit.
 bool HoldsToken(std::u16string_view text, std::u16string_view token);
 
 // A sort entry's `Column` and `Direction`; missing: HRX 0x80070490.
