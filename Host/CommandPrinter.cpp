@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr const char16_t* kFlags[] = {u"no_result", u"final", u"always_execute",
-                                      u"multiple_dataset", u"merge_dataset"};
+constexpr const char16_t* kFlags[] = {u"no_result", u"final", u"always_execute", u"multiple_dataset",
+                                      u"merge_dataset"};
 
 std::vector<VXNodePtr> CommandsOf(const VXNodePtr& request) {
   std::vector<VXNodePtr> commands;

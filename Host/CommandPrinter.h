@@ -8,8 +8,7 @@
 // command a header line with its number and flags, then its SQL text as the
 // engine wrote it (UTF-8), ending with a line break:
 //
-//   -- Command 1 of 2: no_result=true final=false always_execute=false multiple_dataset=false
-//   merge_dataset=true
+//   -- Command 1 of 2: no_result=true final=false always_execute=false multiple_dataset=false merge_dataset=true
 //
 //   /***
 //   main
