@@ -1,16 +1,11 @@
 #include "Host/HostServices.h"
 
-namespace {
-
-// The environment's child of node type `type`, or null.
-VXNodePtr ChildOfType(const VXNodePtr& node, std::u16string_view type) {
-  for (uint32_t i = 0; node && i < node.ChildCount(); ++i) {
-    if (node.ChildAt(i).GetType() == type) return node.ChildAt(i);
+VXNodePtr ChildOfType(const VXNodePtr& environment, std::u16string_view type) {
+  for (uint32_t i = 0; environment && i < environment.ChildCount(); ++i) {
+    if (environment.ChildAt(i).GetType() == type) return environment.ChildAt(i);
   }
   return VXNodePtr();
 }
-
-}  // namespace
 
 HostServices::HostServices(const ModuleLoader& module, const VXNodePtr& environment,
                            const VXNodePtr& caller, std::ostream& out, bool xml)

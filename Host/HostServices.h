@@ -2,12 +2,16 @@
 
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "Common/Components/CompPtr.h"
 #include "Common/Nodes/VXNodePtr.h"
 #include "Host/HostComponents.h"
 #include "Host/ModuleLoader.h"
 #include "Host/NamedInstanceTable.h"
+
+// The environment's child of node type `type`, or null.
+VXNodePtr ChildOfType(const VXNodePtr& environment, std::u16string_view type);
 
 // The named components that the command-line host serves to the loaded
 // module, made from the environment file: "DataSourceManager",

@@ -1,5 +1,7 @@
 #include "Host/LibraryDiagnostics.h"
 
+#include <memory>
+
 #include "Common/FormatString.h"
 #include "Host/HostComponents.h"
 
@@ -25,6 +27,13 @@ void LibraryDiagnostics::AddLogger(Logger* logger) const {
   made->SetLogger(logger);
   const auto sink = CompPtr<ILogSink>::Attach(made);
   Check(log_->AddLogSink(sink.get()));
+}
+
+void LibraryDiagnostics::Check(HRESULT code) const {
+  if (Succeeded(code)) return;
+  auto info = std::make_shared<ErrorInfo>();
+  if (errors_->TakeErrorInfo(info.get()) == S_OK) SetErrorInfo(std::move(info));
+  ::Check(code);
 }
 
 std::string FormatFailure(HRESULT code, const ErrorInfo* info) {

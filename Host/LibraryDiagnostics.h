@@ -24,10 +24,14 @@ class LibraryDiagnostics {
   // The module's log writes up to `severity`, in place of its settings.
   void SetMaxSeverity(Severity severity) const;
   // `logger` gets every line of the module's log as well; it must live until
-  // the process ends. Raises HRX when the log has no free slot.
+  // the process ends. Raises HRX, with the module's text, when the log has no
+  // free slot.
   void AddLogger(Logger* logger) const;
 
  private:
+  // Raises a failing `code` as HRX with the module's description of it.
+  void Check(HRESULT code) const;
+
   CompPtr<IErrorInfoSource> errors_;
   CompPtr<ILogControl> log_;
 };

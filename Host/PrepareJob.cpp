@@ -54,14 +54,6 @@ bool ReadNodes(const std::string& path, std::vector<VXNodePtr>& nodes, std::ostr
   }
 }
 
-// The environment's child of node type `type`, or null.
-VXNodePtr ChildOfType(const VXNodePtr& node, std::u16string_view type) {
-  for (uint32_t i = 0; node && i < node.ChildCount(); ++i) {
-    if (node.ChildAt(i).GetType() == type) return node.ChildAt(i);
-  }
-  return VXNodePtr();
-}
-
 // The token named `as` among the environment's tokens; none when `as` is empty.
 VXNodePtr Caller(const VXNodePtr& environment, const std::string& as) {
   if (as.empty()) return VXNodePtr();
@@ -73,7 +65,8 @@ VXNodePtr Caller(const VXNodePtr& environment, const std::string& as) {
 }
 
 // One host: the library loaded, the host's named components, the preparer in
-// use. Members go in the reverse order: the preparer first, the module last.
+// use. The members go in the reverse order: the preparer first, the module
+// last.
 class Host {
  public:
   Host(const PrepareOptions& options, const VXNodePtr& environment, const VXNodePtr& caller,

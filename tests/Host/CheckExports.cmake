@@ -3,7 +3,7 @@ cmake_minimum_required(VERSION 3.25)
 #   cmake -DNM=nm -DLIBRARY=lib.so -DALLOWED=<regex> -DREQUIRED=<name;...> -P CheckExports.cmake
 # Every defined dynamic symbol, demangled, must match ALLOWED, and each name
 # of REQUIRED must be among them.
-execute_process(COMMAND ${NM} -D --defined-only --just-symbols --demangle ${LIBRARY}
+execute_process(COMMAND ${NM} -D --defined-only -j -C ${LIBRARY}
                 OUTPUT_VARIABLE listing RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "${NM} failed on ${LIBRARY}")
