@@ -3,42 +3,37 @@
 #include <vector>
 
 #include "Common/ErrorHandling.h"
-#include "Common/FormatString.h"
 #include "Common/Nodes/NodeTextReader.h"
-#include "Common/Text.h"
+#include "Host/LibraryDiagnostics.h"
 
-CatalogWatch::CatalogWatch(std::string path, VXNodePtr catalog, std::function<void()> changed)
-    : path_(std::move(path)), catalog_(std::move(catalog)), changed_(std::move(changed)), seen_(Stamp()) {}
+CatalogWatch::CatalogWatch(std::string path) : path_(std::move(path)), seen_(Look()) {}
 
-std::filesystem::file_time_type CatalogWatch::Stamp() const {
+CatalogWatch::Stamp CatalogWatch::Look() const {
   std::error_code ignored;
-  return std::filesystem::last_write_time(path_, ignored);
+  Stamp stamp;
+  stamp.time = std::filesystem::last_write_time(path_, ignored);
+  // A file rewritten within one tick of the file system's clock keeps its
+  // time; its size tells most such changes apart.
+  stamp.size = std::filesystem::file_size(path_, ignored);
+  return stamp;
 }
 
-bool CatalogWatch::Check(std::ostream& err) {
-  const auto stamp = Stamp();
-  if (stamp == seen_) return false;
+VXNodePtr CatalogWatch::Changed(std::ostream& err) {
+  const Stamp stamp = Look();
+  if (stamp == seen_) return VXNodePtr();
   seen_ = stamp;
   std::vector<VXNodePtr> fresh;
   try {
     fresh = ReadNodeTextFile(path_);
   } catch (const HRX& failure) {
-    err << path_ << ": " << ToUtf8(FormatStatus(failure, kOmitLocation)) << " (the catalogue in use stays)\n";
-    return false;
+    const HRESULT code = failure.Report();
+    const auto info = GetErrorInfo();
+    err << path_ << ": " << FormatFailure(code, info.get()) << " (the catalogue in use stays)\n";
+    return VXNodePtr();
   }
-  if (fresh.empty()) return false;
-  Replace(fresh.front());
-  changed_();
-  return true;
-}
-
-void CatalogWatch::Replace(const VXNodePtr& fresh) const {
-  for (const auto& name : catalog_.AttributeNames()) catalog_.DeleteAttribute(name);
-  while (catalog_.ChildCount()) catalog_.RemoveChild(catalog_.ChildAt(0));
-  for (const auto& name : fresh.AttributeNames()) {
-    uint32_t type = 0;
-    const std::vector<uint8_t> data = fresh.GetRaw(name, type);
-    catalog_.SetAttribute(name, type, data.empty() ? nullptr : data.data(), static_cast<uint32_t>(data.size()));
+  if (fresh.empty()) {
+    err << path_ << ": the file holds no catalogue node (the catalogue in use stays)\n";
+    return VXNodePtr();
   }
-  while (fresh.ChildCount()) catalog_.AddChild(fresh.ChildAt(0));  // moves them
+  return fresh.front();
 }

@@ -1,31 +1,33 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <ostream>
 #include <string>
 
 #include "Common/Nodes/VXNodePtr.h"
 
-// Watches a catalogue file for the host. When Check finds the file changed
-// since last looked at, it reads it, replaces the content (attributes and
-// children) of the configured catalogue node with the new one, and calls
-// `changed` (the host tells the component, which rebuilds from that node). A
-// file that does not read is reported to `err` and the last good catalogue
-// stays. The host calls Check between requests, when no rebuild is asked for.
+// Watches a catalogue file for the host. Changed looks whether the file's
+// time or size differs from when it last looked (the first time: from when
+// the watch was made); if so it reads the file anew and gives its first node,
+// a tree that nobody else holds. A changed file that does not read, or holds
+// no node, is reported to `err` as "<path>: 0x%08X <text> (the catalogue in
+// use stays)" and gives null, as does a file that did not change. The host
+// calls Changed between requests and puts what it gives in use.
 class CatalogWatch {
  public:
-  CatalogWatch(std::string path, VXNodePtr catalog, std::function<void()> changed);
+  explicit CatalogWatch(std::string path);
 
-  // True when the catalogue was replaced.
-  bool Check(std::ostream& err);
+  VXNodePtr Changed(std::ostream& err);
 
  private:
-  std::filesystem::file_time_type Stamp() const;
-  void Replace(const VXNodePtr& fresh) const;
+  struct Stamp {
+    std::filesystem::file_time_type time;
+    uintmax_t size = 0;
+    bool operator==(const Stamp&) const = default;
+  };
+  Stamp Look() const;
 
   std::string path_;
-  VXNodePtr catalog_;
-  std::function<void()> changed_;
-  std::filesystem::file_time_type seen_;
+  Stamp seen_;
 };

@@ -1,25 +1,88 @@
 #include "Host/HostComponents.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "Common/Nodes/NodeTextWriter.h"
 #include "Host/CommandPrinter.h"
 
+bool SameObject(IComponent* a, IComponent* b) {
+  CompPtr<IComponent> first;
+  CompPtr<IComponent> second;
+  if (!a || !b || Failed(a->QueryInterface(IComponent::kIid, first.ReceiveVoid())) ||
+      Failed(b->QueryInterface(IComponent::kIid, second.ReceiveVoid()))) {
+    return false;
+  }
+  return first.get() == second.get();
+}
+
+namespace {
+
+// Takes the entries of `observers` that are interfaces of `component` out of
+// it; the caller lets go of them once it no longer holds its lock.
+template <typename I>
+std::vector<CompPtr<I>> TakeObject(std::vector<CompPtr<I>>& observers, IComponent* component) {
+  const auto gone = std::stable_partition(
+      observers.begin(), observers.end(),
+      [&](const CompPtr<I>& observer) { return !SameObject(observer.get(), component); });
+  std::vector<CompPtr<I>> taken(std::make_move_iterator(gone),
+                                std::make_move_iterator(observers.end()));
+  observers.erase(gone, observers.end());
+  return taken;
+}
+
+}  // namespace
+
 HRESULT CHostDataSourceManager::AddObserver(ITriggerObserver* observer) {
   if (!observer) return E_INVALIDARG;
+  std::lock_guard guard(lock_);
   observers_.emplace_back(observer);
   return S_OK;
+}
+
+void CHostDataSourceManager::RemoveObserver(IComponent* component) {
+  std::vector<CompPtr<ITriggerObserver>> gone;
+  std::lock_guard guard(lock_);
+  gone = TakeObject(observers_, component);
+}
+
+void CHostDataSourceManager::Clear() {
+  std::vector<CompPtr<ITriggerObserver>> gone;
+  std::lock_guard guard(lock_);
+  gone.swap(observers_);
 }
 
 HRESULT CHostConfigProxy::Subscribe(const VXNodePtr&, const VXNodePtr&, IConfigObserver* observer,
                                     IConfigSubscription** out) {
   if (!observer || !out) return E_INVALIDARG;
-  observers_.emplace_back(observer);
-  return static_cast<IConfigSubscription*>(this)->QueryInterface(IConfigSubscription::kIid, reinterpret_cast<void**>(out));
+  {
+    std::lock_guard guard(lock_);
+    observers_.emplace_back(observer);
+  }
+  return static_cast<IConfigSubscription*>(this)->QueryInterface(IConfigSubscription::kIid,
+                                                                 reinterpret_cast<void**>(out));
 }
 
 void CHostConfigProxy::NotifyModified() {
-  for (const auto& observer : observers_) observer->OnModify(VXNodePtr());
+  std::vector<CompPtr<IConfigObserver>> observers;
+  {
+    std::lock_guard guard(lock_);
+    observers = observers_;
+  }
+  // Not under the lock: an observer may subscribe or go while it is told.
+  for (const auto& observer : observers) observer->OnModify(VXNodePtr());
+}
+
+void CHostConfigProxy::RemoveObserver(IComponent* component) {
+  std::vector<CompPtr<IConfigObserver>> gone;
+  std::lock_guard guard(lock_);
+  gone = TakeObject(observers_, component);
+}
+
+void CHostConfigProxy::Clear() {
+  std::vector<CompPtr<IConfigObserver>> gone;
+  std::lock_guard guard(lock_);
+  gone.swap(observers_);
 }
 
 HRESULT CCommandPrinter::ProcessQuery(const VXNodePtr& query) {
@@ -34,7 +97,8 @@ VXNodePtr CHostRequestContextMgr::Current(int32_t kind) {
   return it == contexts_.end() ? caller_ : it->second;
 }
 
-HRESULT CHostRequestContextMgr::ExchangeContext(int32_t kind, const VXNodePtr& context, VXNodePtr* previous) {
+HRESULT CHostRequestContextMgr::ExchangeContext(int32_t kind, const VXNodePtr& context,
+                                                VXNodePtr* previous) {
   if (!previous) return E_INVALIDARG;
   std::lock_guard guard(lock_);
   *previous = Current(kind);
@@ -62,7 +126,9 @@ class CHostServiceProxy : public CComponentBase, public IServiceProxy {
     const std::u16string type = request.GetType();
     for (uint32_t i = 0; i < service_.ChildCount(); ++i) {
       VXNodePtr reply = service_.ChildAt(i);
-      if (reply.GetType() != u"Reply" || reply.GetString(u"Request", u"") != type || reply.ChildCount() == 0) continue;
+      if (reply.GetType() != u"Reply" || reply.GetString(u"Request", u"") != type ||
+          reply.ChildCount() == 0)
+        continue;
       *response = reply.ChildAt(0).Clone();
       return S_OK;
     }
@@ -75,7 +141,8 @@ class CHostServiceProxy : public CComponentBase, public IServiceProxy {
 
 }  // namespace
 
-HRESULT CHostServiceClient::OpenService(const char16_t* url, uint32_t, const GUID& iid, void** proxy) {
+HRESULT CHostServiceClient::OpenService(const char16_t* url, uint32_t, const GUID& iid,
+                                        void** proxy) {
   if (!url || !proxy) return E_INVALIDARG;
   *proxy = nullptr;
   for (uint32_t i = 0; services_ && i < services_.ChildCount(); ++i) {
@@ -100,7 +167,8 @@ class CHostConfigCursor : public CComponentBase, public IConfigCursor {
   size_t next = 0;
 };
 
-void HandOut(std::vector<VXNodePtr>& found, size_t& next, VXNodePtr* nodes, uint32_t count, uint32_t* returned) {
+void HandOut(std::vector<VXNodePtr>& found, size_t& next, VXNodePtr* nodes, uint32_t count,
+             uint32_t* returned) {
   uint32_t n = 0;
   for (; n < count && next < found.size(); ++n) nodes[n] = found[next++];
   *returned = n;
@@ -108,8 +176,8 @@ void HandOut(std::vector<VXNodePtr>& found, size_t& next, VXNodePtr* nodes, uint
 
 }  // namespace
 
-HRESULT CHostConfigProxy::FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes,
-                                    uint32_t count, uint32_t* returned) {
+HRESULT CHostConfigProxy::FindNodes(const VXNodePtr& filter, IConfigCursor** cursor,
+                                    VXNodePtr* nodes, uint32_t count, uint32_t* returned) {
   if (!filter || !returned || (!nodes && count)) return E_INVALIDARG;
   *returned = 0;
   if (cursor) *cursor = nullptr;
@@ -123,9 +191,12 @@ HRESULT CHostConfigProxy::FindNodes(const VXNodePtr& filter, IConfigCursor** cur
   }
   std::vector<VXNodePtr> found;
   if (at) {
-    const auto depth = static_cast<uint32_t>(std::min<int64_t>(filter.GetInt64(u"MaxDepth", 0), VXNodePtr::kWholeTree));
+    const auto depth = static_cast<uint32_t>(
+        std::min<int64_t>(filter.GetInt64(u"MaxDepth", 0), VXNodePtr::kWholeTree));
     if (filter.GetBool(u"IsParent", false)) {
-      at.ForEachChild([&](const VXNodePtr& child) { found.push_back(child.Clone(depth == 0 ? 0 : depth - 1)); });
+      at.ForEachChild([&](const VXNodePtr& child) {
+        found.push_back(child.Clone(depth == 0 ? 0 : depth - 1));
+      });
     } else {
       found.push_back(at.Clone(depth));
     }
@@ -140,7 +211,8 @@ HRESULT CHostConfigProxy::FindNodes(const VXNodePtr& filter, IConfigCursor** cur
   return S_OK;
 }
 
-HRESULT CHostConfigProxy::FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count, uint32_t* returned) {
+HRESULT CHostConfigProxy::FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count,
+                                   uint32_t* returned) {
   if (!cursor || !returned || (!nodes && count)) return E_INVALIDARG;
   auto* rest = static_cast<CHostConfigCursor*>(cursor);
   HandOut(rest->pending, rest->next, nodes, count, returned);

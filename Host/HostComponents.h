@@ -1,36 +1,45 @@
 #pragma once
 
-#include <functional>
+#include <map>
+#include <mutex>
 #include <ostream>
+#include <thread>
 #include <vector>
 
 #include "Common/Components/CompPtr.h"
 #include "Common/Components/ComponentObject.h"
+#include "Common/Components/DiagnosticsInterfaces.h"
 #include "Common/Components/ServerInterfaces.h"
+#include "Common/Logger.h"
 #include "Common/ServiceLayer/ServiceInterfaces.h"
-
-#include <map>
-#include <mutex>
-#include <thread>
 
 // The named components the command-line host serves to the library, in place
 // of a server's own.
 
+// True when `a` and `b` are interfaces of the same object.
+bool SameObject(IComponent* a, IComponent* b);
+
 // "DataSourceManager": keeps its observers; this host has no data sources to
-// report on.
+// report on. Thread-safe.
 class CHostDataSourceManager : public CComponentBase, public IDataSourceManager {
  public:
   using Interfaces = std::tuple<IDataSourceManager>;
   HRESULT AddObserver(ITriggerObserver* observer) override;
+  // Lets go of every registration of `component`.
+  void RemoveObserver(IComponent* component);
+  // Observers hold the component that holds this manager: let go of them.
+  void Clear();
 
  private:
-  std::vector<CompPtr<ITriggerObserver>> observers_;
+  std::mutex lock_;
+  std::vector<CompPtr<ITriggerObserver>> observers_;  // guarded by lock_
 };
 
 // "ConfigServer.Proxy" (and "Base.AppConfigStorage"): keeps the
 // configuration observers, which the host tells of changes with
 // NotifyModified, and finds nodes by path in the environment's `Config` tree,
-// whose root stands for the path "\".
+// whose root stands for the path "\". The observer list is thread-safe; the
+// tree is set before the library is configured and only read afterwards.
 class CHostConfigProxy : public CComponentBase,
                          public IConfigSubscriptions,
                          public IConfigSubscription,
@@ -38,18 +47,22 @@ class CHostConfigProxy : public CComponentBase,
  public:
   using Interfaces = std::tuple<IConfigSubscriptions, IConfigSubscription, IConfigNodes>;
   void SetTree(const VXNodePtr& tree) { tree_ = tree; }
-  HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes, uint32_t count,
-                    uint32_t* returned) override;
-  HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count, uint32_t* returned) override;
-  HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription, IConfigObserver* observer,
-                    IConfigSubscription** out) override;
+  HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes,
+                    uint32_t count, uint32_t* returned) override;
+  HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count,
+                   uint32_t* returned) override;
+  HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription,
+                    IConfigObserver* observer, IConfigSubscription** out) override;
   HRESULT Start() override { return S_OK; }
   void NotifyModified();
+  // Lets go of every subscription of `component`.
+  void RemoveObserver(IComponent* component);
   // Observers hold the component that holds this proxy: let go of them.
-  void Clear() { observers_.clear(); }
+  void Clear();
 
  private:
-  std::vector<CompPtr<IConfigObserver>> observers_;
+  std::mutex lock_;
+  std::vector<CompPtr<IConfigObserver>> observers_;  // guarded by lock_
   VXNodePtr tree_;
 };
 
@@ -70,12 +83,25 @@ class CCommandPrinter : public CComponentBase, public IQueryProcessor {
   bool xml_ = false;
 };
 
+// Hands the lines of the library's log (ILogSink) to a logger of the host.
+class CHostLogSink : public CComponentBase, public ILogSink {
+ public:
+  using Interfaces = std::tuple<ILogSink>;
+  // Before the sink is handed to the library; `logger` outlives the sink.
+  void SetLogger(Logger* logger) { logger_ = logger; }
+  void Write(const char16_t* text, size_t length) override { logger_->Write(text, length); }
+
+ private:
+  Logger* logger_ = nullptr;
+};
+
 // Makes a host component with one reference held by the result.
 template <typename T>
 CComponentObject<T>* MakeHostComponent() {
   IComponent* made = nullptr;
   Check(CComponentObject<T>::Create(IComponent::kIid, reinterpret_cast<void**>(&made)));
-  return static_cast<CComponentObject<T>*>(static_cast<std::tuple_element_t<0, typename T::Interfaces>*>(made));
+  return static_cast<CComponentObject<T>*>(
+      static_cast<std::tuple_element_t<0, typename T::Interfaces>*>(made));
 }
 
 // "Core.RequestContextMgr": each thread's contexts by kind; a thread that has

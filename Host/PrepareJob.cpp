@@ -1,31 +1,46 @@
 #include "Host/PrepareJob.h"
 
+#include <exception>
+#include <new>
 #include <optional>
+#include <stdexcept>
 
-#include "Common/Components/ServerInterfaces.h"
 #include "Common/ErrorHandling.h"
-#include "Common/FormatString.h"
 #include "Common/Nodes/NodeTextReader.h"
 #include "Common/Text.h"
 #include "Host/CatalogWatch.h"
-#include "Host/HostComponents.h"
+#include "Host/HostServices.h"
+#include "Host/LibraryDiagnostics.h"
 #include "Host/ModuleLoader.h"
-#include "Host/NamedInstanceTable.h"
+#include "Host/PreparerSlot.h"
 
 namespace {
 
-// The preparer component's class.
-const GUID kScriptwrightClassId = MakeGuid(u"{772DD3A6-C1F8-4AB9-A4C7-4D46A84131C3}");
-
-// "0x80070490 Element not found: ..." from the failure's error information.
-std::string FailureText(HRESULT code) {
-  auto info = GetErrorInfo();
-  std::u16string text = info && info->code == code ? info->description : GetDescription(code);
-  return ToUtf8(FormatString(u"0x%08X %s", static_cast<uint32_t>(code), text));
+void PrintFailure(std::ostream& err, const std::string& source, const std::string& text) {
+  err << source << ": " << text << "\n";
 }
 
-void PrintFailure(std::ostream& err, const std::string& source, HRESULT code) {
-  err << source << ": " << FailureText(code) << "\n";
+// A failure of the host's own (reading a file, a name of the command line).
+void PrintHostFailure(std::ostream& err, const std::string& source, const HRX& failure) {
+  const HRESULT code = failure.Report();
+  const auto info = GetErrorInfo();
+  PrintFailure(err, source, FormatFailure(code, info.get()));
+}
+
+// The status a standard exception stands for, as at the library's border.
+HRESULT StatusOf(const std::exception& failure) {
+  if (dynamic_cast<const std::bad_alloc*>(&failure)) return E_OUTOFMEMORY;
+  if (dynamic_cast<const std::invalid_argument*>(&failure) ||
+      dynamic_cast<const std::out_of_range*>(&failure)) {
+    return E_INVALIDARG;
+  }
+  return E_FAIL;
+}
+
+void PrintException(std::ostream& err, const std::string& source, const std::exception& failure) {
+  const HRESULT code = StatusOf(failure);
+  ErrorInfo info{GetDescription(code) + u": " + ToUtf16(failure.what()), kErrorInfoSource, code};
+  PrintFailure(err, source, FormatFailure(code, &info));
 }
 
 // Reads the nodes of a file; prints the failure and gives false on error.
@@ -34,17 +49,9 @@ bool ReadNodes(const std::string& path, std::vector<VXNodePtr>& nodes, std::ostr
     nodes = ReadNodeTextFile(path);
     return true;
   } catch (const HRX& failure) {
-    PrintFailure(err, path, failure.Report());
+    PrintHostFailure(err, path, failure);
     return false;
   }
-}
-
-// The environment's child of node type `type`, or null.
-VXNodePtr ChildOfType(const VXNodePtr& node, std::u16string_view type) {
-  for (uint32_t i = 0; node && i < node.ChildCount(); ++i) {
-    if (node.ChildAt(i).GetType() == type) return node.ChildAt(i);
-  }
-  return VXNodePtr();
 }
 
 // The token named `as` among the environment's tokens; none when `as` is empty.
@@ -52,79 +59,72 @@ VXNodePtr Caller(const VXNodePtr& environment, const std::string& as) {
   if (as.empty()) return VXNodePtr();
   const VXNodePtr tokens = ChildOfType(environment, u"Tokens");
   const VXNodePtr token = tokens ? tokens.GetChild(ToUtf16(as)) : VXNodePtr();
-  if (!token) ThrowError(E_INVALIDARG, u": no token '" + ToUtf16(as) + u"' among the environment's Tokens");
+  if (!token)
+    ThrowError(E_INVALIDARG, u": no token '" + ToUtf16(as) + u"' among the environment's Tokens");
   return token;
 }
 
-// One host: the library loaded, the host's named components, the preparer.
+// One host: the library loaded, the host's named components, the preparer in
+// use. The members go in the reverse order: the preparer first, the module
+// last.
 class Host {
  public:
-  Host(const VXNodePtr& catalog, const VXNodePtr& environment, const VXNodePtr& caller, std::ostream& out, bool xml)
-      : dataSources_(CompPtr<IDataSourceManager>::Attach(MakeHostComponent<CHostDataSourceManager>())),
-        proxy_(MakeHostComponent<CHostConfigProxy>()),
-        printer_(MakeHostComponent<CCommandPrinter>()) {
-    printer_->SetOutput(&out, xml);
-    auto* contexts = MakeHostComponent<CHostRequestContextMgr>();
-    contexts->SetCaller(caller);
-    auto* services = MakeHostComponent<CHostServiceClient>();
-    services->SetServices(ChildOfType(environment, u"Services"));
-    names_.Add(u"Core.RequestContextMgr", static_cast<IRequestContextMgr*>(contexts));
-    names_.Add(u"Core.ServiceClient", static_cast<IServiceClient*>(services));
-    static_cast<IRequestContextMgr*>(contexts)->Release();
-    static_cast<IServiceClient*>(services)->Release();
-    names_.Add(u"DataSourceManager", dataSources_.get());
-    proxy_->SetTree(ChildOfType(environment, u"Config"));
-    names_.Add(u"ConfigServer.Proxy", static_cast<IConfigSubscriptions*>(proxy_));
-    names_.Add(u"Base.AppConfigStorage", static_cast<IConfigSubscriptions*>(proxy_));
-    const std::u16string executor = catalog.GetString(u"queries_processor", u"");
-    if (!executor.empty()) names_.Add(executor, static_cast<IQueryProcessor*>(printer_));
-    names_.Install();
-    module_.SetNamedInstanceProvider(&NamedInstanceTable::Provide);
-    Check(module_.ModuleObject()->GetClassObject(kScriptwrightClassId, IConfigurable::kIid,
-                                                 preparer_.ReceiveVoid()));
+  Host(const PrepareOptions& options, const VXNodePtr& environment, const VXNodePtr& caller,
+       std::ostream& out)
+      : diagnostics_(module_.ModuleObject()),
+        services_(module_, environment, caller, out, options.xml),
+        preparers_(module_.ModuleObject(), diagnostics_,
+                   [this](IComponent* retired) { services_.Forget(retired); }) {
+    if (options.maxSeverity) diagnostics_.SetMaxSeverity(*options.maxSeverity);
+    for (Logger* logger : options.loggers) diagnostics_.AddLogger(logger);
   }
 
-  ~Host() {
-    if (preparer_) preparer_.As<IShutdown>()->Shutdown();
-    proxy_->Clear();
-    preparer_ = CompPtr<IConfigurable>();
-    module_.SetNamedInstanceProvider(nullptr);
-    static_cast<IConfigSubscriptions*>(proxy_)->Release();
-    static_cast<IQueryProcessor*>(printer_)->Release();
+  // Puts `catalog` in use; prints the failure (with `note` after it) and
+  // gives false when it does not load.
+  bool Load(const VXNodePtr& catalog, const std::string& source, std::ostream& err,
+            const char* note = "") {
+    services_.ServeExecutor(catalog.GetString(u"queries_processor", u""));
+    std::string failure;
+    if (Succeeded(preparers_.Load(catalog, failure))) return true;
+    PrintFailure(err, source, failure + note);
+    return false;
   }
 
-  HRESULT Configure(const VXNodePtr& catalog) { return preparer_->Configure(catalog); }
-  void NotifyModified() { proxy_->NotifyModified(); }
-  HRESULT Process(const VXNodePtr& query) { return preparer_.As<IQueryProcessor>()->ProcessQuery(query); }
+  bool Process(const VXNodePtr& query, const std::string& source, std::ostream& err) {
+    std::string failure;
+    if (Succeeded(preparers_.Process(query, failure))) return true;
+    PrintFailure(err, source, failure);
+    return false;
+  }
 
  private:
   ModuleLoader module_;
-  NamedInstanceTable names_;
-  CompPtr<IDataSourceManager> dataSources_;
-  CComponentObject<CHostConfigProxy>* proxy_;
-  CComponentObject<CCommandPrinter>* printer_;
-  CompPtr<IConfigurable> preparer_;
+  LibraryDiagnostics diagnostics_;
+  HostServices services_;
+  PreparerSlot preparers_;
 };
 
 // Prepares each request of one file; false if any failed.
-bool PrepareFile(Host& host, const std::string& path, CatalogWatch* watch, std::ostream& err) {
+bool PrepareFile(Host& host, const std::string& path, const std::string& catalogPath,
+                 CatalogWatch* watch, std::ostream& err) {
   std::vector<VXNodePtr> requests;
   if (!ReadNodes(path, requests, err)) return false;
   bool ok = true;
   for (const auto& request : requests) {
-    if (watch) watch->Check(err);
-    const HRESULT status = host.Process(request);
-    if (Failed(status)) {
-      PrintFailure(err, path, status);
-      ok = false;
+    if (watch) {
+      if (const VXNodePtr changed = watch->Changed(err)) {
+        host.Load(changed, catalogPath, err, " (the catalogue in use stays)");
+      }
     }
+    ok = host.Process(request, path, err) && ok;
   }
   return ok;
 }
 
-}  // namespace
-
-int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream& err) {
+int Run(const PrepareOptions& options, std::ostream& out, std::ostream& err) {
+  // Made before the first read, so that a change in between is not missed.
+  std::optional<CatalogWatch> watch;
+  if (options.watch) watch.emplace(options.catalog);
   std::vector<VXNodePtr> catalog;
   if (!ReadNodes(options.catalog, catalog, err)) return 1;
   if (catalog.empty()) {
@@ -138,24 +138,32 @@ int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream
   try {
     caller = Caller(environmentNode, options.as);
   } catch (const HRX& failure) {
-    PrintFailure(err, options.environment.empty() ? std::string("--as") : options.environment, failure.Report());
+    PrintHostFailure(err, options.environment.empty() ? std::string("--as") : options.environment,
+                     failure);
     return 1;
   }
   try {
-    Host host(catalog.front(), environmentNode, caller, out, options.xml);
-    const HRESULT status = host.Configure(catalog.front());
-    if (Failed(status)) {
-      PrintFailure(err, options.catalog, status);
-      return 1;
-    }
-    std::optional<CatalogWatch> watch;
-    if (options.watch) watch.emplace(options.catalog, catalog.front(), [&host] { host.NotifyModified(); });
+    Host host(options, environmentNode, caller, out);
+    if (!host.Load(catalog.front(), options.catalog, err)) return 1;
     bool ok = true;
-    for (const auto& path : options.requests) ok = PrepareFile(host, path, watch ? &*watch : nullptr, err) && ok;
+    for (const auto& path : options.requests) {
+      ok = PrepareFile(host, path, options.catalog, watch ? &*watch : nullptr, err) && ok;
+    }
     out.flush();
     return ok ? 0 : 1;
   } catch (const HRX& failure) {
-    PrintFailure(err, options.catalog, failure.Report());
+    PrintHostFailure(err, options.catalog, failure);
+    return 1;
+  }
+}
+
+}  // namespace
+
+int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream& err) {
+  try {
+    return Run(options, out, err);
+  } catch (const std::exception& failure) {
+    PrintException(err, options.catalog, failure);
     return 1;
   }
 }

@@ -1,17 +1,21 @@
 #pragma once
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
-// The `prepare` job of the command-line host: builds the engine from a
-// catalogue file, prepares every request of the request files in order, and
-// prints each request's commands (or, with `xml`, the prepared request trees
-// in the node text form).
+#include "Common/Logger.h"
+
+// The `prepare` job of the command-line host: loads the library, configures a
+// preparer with the catalogue file, prepares every request of the request
+// files in order, and prints each request's commands (or, with `xml`, the
+// prepared request trees in the node text form).
 //
 // A request file holds one or more `Query` nodes. A failure is printed to
-// `err` as "<file>: 0x%08X <text>"; the job goes on with the next request and
-// the exit status is 1. Files that cannot be read also give 1.
+// `err` as "<file>: 0x%08X <text>", whatever the status (one that stands for
+// a standard exception too); the job goes on with the next request and the
+// exit status is 1. Files that cannot be read also give 1.
 //
 // The environment file (docs/environment-file.md), when given, lists the
 // callers' tokens and the services' canned replies; `as` picks the token the
@@ -23,9 +27,16 @@ struct PrepareOptions {
   std::string environment;
   std::string as;
   // Before each request, look whether the catalogue file changed; if so,
-  // load it into the component's configuration and tell the component, which
-  // rebuilds its engine on its own thread, as after a configuration change.
+  // configure a fresh preparer with it and, once that one is ready, use it in
+  // place of the one before. A catalogue that does not read or load is
+  // reported to `err` and the one in use stays; that alone does not change
+  // the exit status.
   bool watch = false;
+  // The library's log: the highest severity written, in place of its
+  // settings (none: the settings decide), and loggers of the host that get
+  // every line as well (each must live until the process ends).
+  std::optional<Severity> maxSeverity = std::nullopt;
+  std::vector<Logger*> loggers = {};
 };
 
 int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream& err);

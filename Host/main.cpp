@@ -1,7 +1,6 @@
 // scriptwright: the command-line host of the library.
 
 #include <CLI/CLI.hpp>
-
 #include <iostream>
 
 #include "Common/Logger.h"
@@ -10,37 +9,46 @@
 #include "Host/TraceLogger.h"
 
 int main(int argc, char** argv) {
-  CLI::App app{"Scriptwright: turns audit-report requests into Transact-SQL batches.", "scriptwright"};
+  CLI::App app{"Scriptwright: turns audit-report requests into Transact-SQL batches.",
+               "scriptwright"};
   app.require_subcommand(1);
 
   PrepareOptions prepare;
-  CLI::App* prepareCommand =
-      app.add_subcommand("prepare", "Prepare requests against a catalogue of query templates and print the SQL.");
-  prepareCommand->add_option("--catalog", prepare.catalog, "Catalogue of query templates (node text form)")
+  CLI::App* prepareCommand = app.add_subcommand(
+      "prepare", "Prepare requests against a catalogue of query templates and print the SQL.");
+  prepareCommand
+      ->add_option("--catalog", prepare.catalog, "Catalogue of query templates (node text form)")
       ->required();
-  prepareCommand->add_option("requests", prepare.requests, "Request files (node text form)")->required();
-  prepareCommand->add_flag("--xml", prepare.xml, "Print the prepared request trees in the node text form");
+  prepareCommand->add_option("requests", prepare.requests, "Request files (node text form)")
+      ->required();
+  prepareCommand->add_flag("--xml", prepare.xml,
+                           "Print the prepared request trees in the node text form");
   prepareCommand->add_option("--env", prepare.environment,
                              "Environment file: the callers' tokens and the services' replies");
-  prepareCommand->add_option("--as", prepare.as, "Make the requests as this token of the environment");
+  prepareCommand->add_option("--as", prepare.as,
+                             "Make the requests as this token of the environment");
   prepareCommand->add_flag("--watch", prepare.watch,
                            "Rebuild the engine when the catalogue file changes during the run");
 
   std::string logLevel;
   bool logToStderr = false;
-  app.add_option("--log-level", logLevel, "Highest severity written to the log, in place of the settings")
+  app.add_option("--log-level", logLevel,
+                 "Highest severity written to the log, in place of the settings")
       ->check(CLI::IsMember({"NONE", "CRIT", "ERR", "WARN", "INFO", "DBG", "DBG2", "DBG3"}));
   app.add_flag("--log-stderr", logToStderr, "Also write the log lines to standard error");
   bool trace = false;
   app.add_flag("--trace", trace, "Show the command text after each processor, on standard error");
 
   CLI11_PARSE(app, argc, argv);
+  // The library's log is reached through the loaded module: the job hands
+  // these on.
   Severity severity = Severity::NONE;
-  if (!logLevel.empty() && ParseSeverity(ToUtf16(logLevel), severity)) SetMaxSeverity(severity);
-  if (logToStderr) AddLogger(new StderrLogger);  // lives as long as the process
+  if (!logLevel.empty() && ParseSeverity(ToUtf16(logLevel), severity))
+    prepare.maxSeverity = severity;
+  if (logToStderr) prepare.loggers.push_back(new StderrLogger);  // lives as long as the process
   if (trace) {
-    AddLogger(new TraceLogger(std::cerr));
-    if (logLevel.empty() || severity < Severity::DBG) SetMaxSeverity(Severity::DBG);
+    prepare.loggers.push_back(new TraceLogger(std::cerr));
+    if (logLevel.empty() || severity < Severity::DBG) prepare.maxSeverity = Severity::DBG;
   }
   return RunPrepareJob(prepare, std::cout, std::cerr);
 }

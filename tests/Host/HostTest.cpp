@@ -41,7 +41,9 @@ TEST_F(HostTest, RequestContextsNestPerThread) {
     const VXNodePtr client = Node(R"x(<Token _name="client"/>)x");
     RequestContext scope(client);
     EXPECT_EQ(GetCurrentContext().get(), client.get());
-    std::thread([&] { EXPECT_EQ(GetCurrentContext().get(), caller.get()); }).join();  // other threads keep theirs
+    std::thread([&] {
+      EXPECT_EQ(GetCurrentContext().get(), caller.get());
+    }).join();  // other threads keep theirs
   }
   EXPECT_EQ(GetCurrentContext().get(), caller.get());
 
@@ -56,17 +58,22 @@ TEST_F(HostTest, ServicesAnswerFromTheirReplies) {
     </Services>)x"));
   auto client = GetNamedInstance<IServiceClient>(u"Core.ServiceClient");
   CompPtr<IServiceProxy> proxy;
-  ASSERT_EQ(client->OpenService(u"net.tcp://directory", 0, IServiceProxy::kIid, proxy.ReceiveVoid()), S_OK);
+  ASSERT_EQ(
+      client->OpenService(u"net.tcp://directory", 0, IServiceProxy::kIid, proxy.ReceiveVoid()),
+      S_OK);
   VXNodePtr response;
   ASSERT_EQ(proxy->Call(Node("<SitRequest/>"), &response), S_OK);
   EXPECT_EQ(response.GetType(), u"SitResponse");
   EXPECT_EQ(response.GetInt32(u"Status"), 7);
   EXPECT_EQ(proxy->Call(Node("<Other/>"), &response), E_NOTFOUND);
-  EXPECT_EQ(client->OpenService(u"net.tcp://elsewhere", 0, IServiceProxy::kIid, proxy.ReceiveVoid()), E_NOTFOUND);
+  EXPECT_EQ(
+      client->OpenService(u"net.tcp://elsewhere", 0, IServiceProxy::kIid, proxy.ReceiveVoid()),
+      E_NOTFOUND);
 
   void* out = nullptr;
   EXPECT_EQ(AxGetNamedInstance(u"No.Such.Instance", 0, IServiceClient::kIid, &out), E_NOTFOUND);
-  EXPECT_EQ(AxGetNamedInstance(u"Core.ServiceClient", 0, IRequestContextMgr::kIid, &out), E_NOINTERFACE);
+  EXPECT_EQ(AxGetNamedInstance(u"Core.ServiceClient", 0, IRequestContextMgr::kIid, &out),
+            E_NOINTERFACE);
 }
 
 }  // namespace
@@ -81,32 +88,43 @@ TEST_F(HostTest, ServicesAnswerFromTheirReplies) {
 
 namespace {
 
-TEST(CatalogWatchTest, ReplacesTheConfiguredCatalogueOnChange) {
+TEST(CatalogWatchTest, GivesANewTreeOnlyWhenTheFileChangedAndReads) {
   namespace fs = std::filesystem;
-  const fs::path file = fs::temp_directory_path() / ("scriptwright-watch-" + std::to_string(getpid()) + ".xml");
-  std::ofstream(file) << R"x(<nr><catalog A="1"><query_template _name="old"/></catalog></nr>)x";
-  VXNodePtr configured = ReadNodeTextFile(file.string())[0];
-  int changes = 0;
-  CatalogWatch watch(file.string(), configured, [&] { ++changes; });
+  const fs::path file =
+      fs::temp_directory_path() / ("scriptwright-watch-" + std::to_string(getpid()) + ".xml");
+  std::ofstream(file) << R"x(<nr><catalog A="1"/></nr>)x";
+  const auto start = fs::last_write_time(file);
+  CatalogWatch watch(file.string());
   std::ostringstream err;
-  EXPECT_FALSE(watch.Check(err));
+  EXPECT_FALSE(watch.Changed(err));  // as when the watch was made
 
-  std::ofstream(file) << R"x(<nr><catalog B="u32:2"><query_template _name="new"/><x/></catalog></nr>)x";
-  fs::last_write_time(file, fs::last_write_time(file) + std::chrono::seconds(1));
-  EXPECT_TRUE(watch.Check(err));
-  EXPECT_EQ(changes, 1);
-  EXPECT_FALSE(configured.HasAttribute(u"A"));
-  EXPECT_EQ(configured.GetUInt32(u"B"), 2u);
-  ASSERT_EQ(configured.ChildCount(), 2u);
-  EXPECT_EQ(configured.ChildAt(0).GetName(), u"new");
-  EXPECT_FALSE(watch.Check(err));  // nothing new
-
-  std::ofstream(file) << "<nr><broken";
-  fs::last_write_time(file, fs::last_write_time(file) + std::chrono::seconds(2));
-  EXPECT_FALSE(watch.Check(err));
-  EXPECT_EQ(changes, 1);
-  EXPECT_NE(err.str().find("the catalogue in use stays"), std::string::npos);
-  EXPECT_EQ(configured.GetUInt32(u"B"), 2u);
+  struct Step {
+    const char* text;
+    int seconds;         // the file's time, after the start
+    const char* loaded;  // attribute of the tree given, or null for none
+    bool reported;
+  };
+  const Step steps[] = {
+      {R"x(<nr><catalog B="u32:2"/><other/></nr>)x", 1, "B", false},
+      {R"x(<nr><catalog B="u32:2"/><other/></nr>)x", 1, nullptr, false},  // nothing new
+      {"<nr><broken", 2, nullptr, true},
+      {"<nr><broken", 2, nullptr, false},                 // reported once
+      {"<nr/>", 3, nullptr, true},                        // no node
+      {R"x(<nr><catalog C="3"/></nr>)x", 3, "C", false},  // same time, other size
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.text);
+    std::ofstream(file) << step.text;
+    fs::last_write_time(file, start + std::chrono::seconds(step.seconds));
+    err.str("");
+    const VXNodePtr fresh = watch.Changed(err);
+    EXPECT_EQ(static_cast<bool>(fresh), step.loaded != nullptr);
+    if (fresh) {
+      EXPECT_TRUE(fresh.HasAttribute(ToUtf16(step.loaded)));
+    }
+    EXPECT_EQ(err.str().find("(the catalogue in use stays)") != std::string::npos, step.reported)
+        << err.str();
+  }
   fs::remove(file);
 }
 
@@ -132,8 +150,8 @@ TEST(HostConfigProxyTest, FindsNodesByPathInChunks) {
   VXNodePtr found[4];
   uint32_t returned = 0;
   CompPtr<IConfigCursor> cursor;
-  ASSERT_EQ(nodes->FindNodes(filter(u"\\Tallyvane\\ManagedObjects", true, 0x7FFFFFFF), cursor.Receive(), found, 2,
-                             &returned),
+  ASSERT_EQ(nodes->FindNodes(filter(u"\\Tallyvane\\ManagedObjects", true, 0x7FFFFFFF),
+                             cursor.Receive(), found, 2, &returned),
             S_OK);
   ASSERT_EQ(returned, 2u);
   EXPECT_EQ(found[0].GetName(), u"a");
@@ -144,7 +162,9 @@ TEST(HostConfigProxyTest, FindsNodesByPathInChunks) {
   EXPECT_EQ(nodes->FindMore(cursor.get(), found, 2, &returned), S_OK);
   EXPECT_EQ(returned, 0u);
 
-  ASSERT_EQ(nodes->FindNodes(filter(u"\\Tallyvane\\ManagedObjects", false, 0), nullptr, found, 4, &returned), S_OK);
+  ASSERT_EQ(nodes->FindNodes(filter(u"\\Tallyvane\\ManagedObjects", false, 0), nullptr, found, 4,
+                             &returned),
+            S_OK);
   ASSERT_EQ(returned, 1u);
   EXPECT_EQ(found[0].GetName(), u"ManagedObjects");
   EXPECT_EQ(found[0].ChildCount(), 0u);  // depth 0: the node alone
@@ -163,7 +183,8 @@ TEST(TraceLoggerTest, KeepsOnlyTheTextAfterEachProcessor) {
   std::ostringstream out;
   TraceLogger trace(out);
   const std::u16string lines[] = {
-      u"2026-11-23 04:09:46.0056792 | DBG  |  1  1 | SQLCommand.cpp:80   |   ***********Processor:%TOP% Result:\n"
+      u"2026-11-23 04:09:46.0056792 | DBG  |  1  1 | SQLCommand.cpp:80   |   "
+      u"***********Processor:%TOP% Result:\n"
       u"SELECT TOP 10 *\r\n",
       u"2026-11-23 04:09:46.0056792 | DBG  |  1  1 | Scriptwright.cpp:50 | Entering: X\r\n",
   };
