@@ -38,10 +38,14 @@ class RightsEngineTest : public Testing::RightsTest {
     ASSERT_EQ(engine_.Initialize(Parse(kCatalog)), S_OK);
   }
 
-  // The status and the first command's SQL.
+  // The first command's SQL, or the failure with the text a host reads.
   std::string Prepare(VXNodePtr& request) {
     const HRESULT status = engine_.Prepare(request);
-    if (Failed(status)) return ToUtf8(FormatString(u"error 0x%08X", static_cast<uint32_t>(status)));
+    if (Failed(status)) {
+      const auto info = GetErrorInfo();
+      return ToUtf8(FormatString(u"error 0x%08X ", static_cast<uint32_t>(status)) +
+                    (info ? info->description : u"(no error information)"));
+    }
     const VXNodePtr command = request.GetChild(u"Command");
     return command ? ToUtf8(command.GetString(u"SQL_Command")) : "no command";
   }
@@ -66,7 +70,7 @@ TEST_F(RightsEngineTest, TheModifiedColumnsReachTheConditionsInOneCommand) {
        "\n/***\nmain\n***/\nSELECT N'Ann Lee' AS [Asker], * FROM [dbo].[Activity] AS r\n" +
            conditions + " AND ([ObjectId] IN (N'0dd265d7-9c92-4fc0-9cbe-32d691746561'))"},
       {"caller without the right", R"(<Token SubjectDisplayName="Bob"/>)", kAccessMissing,
-       "error 0x80070005"},
+       "error 0x80070005 Access is denied"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -83,7 +87,7 @@ TEST_F(RightsEngineTest, AnUnknownModificatorStopsTheRequest) {
   VXNodePtr request = Parse(R"(<Query Query_Template_Name="search">
       <ConditionsRoot _name="Conditions"><ConditionValues Columnn="Who" Modificator="Upper" Value="x"/></ConditionsRoot>
     </Query>)");
-  EXPECT_EQ(Prepare(request), "error 0x8007000D");
+  EXPECT_EQ(Prepare(request), "error 0x8007000D The data is invalid: unknown Modificator 'Upper'");
   EXPECT_FALSE(request.GetChild(u"Command"));
 }
 
