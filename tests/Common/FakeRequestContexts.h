@@ -8,7 +8,8 @@
 namespace Testing {
 
 // "Core.RequestContextMgr" for one thread: GetContext gives `current` (of any
-// kind), ExchangeContext replaces it and keeps every exchange.
+// kind) or fails with `getStatus`; ExchangeContext replaces it and keeps every
+// exchange.
 class FakeContexts : public CComponentBase, public IRequestContextMgr {
  public:
   using Interfaces = std::tuple<IRequestContextMgr>;
@@ -19,7 +20,6 @@ class FakeContexts : public CComponentBase, public IRequestContextMgr {
     return S_OK;
   }
   HRESULT GetContext(int32_t, const VXNodePtr&, VXNodePtr* context) override {
-    ++gets;
     if (Failed(getStatus)) return getStatus;
     *context = current;
     return S_OK;
@@ -32,7 +32,6 @@ class FakeContexts : public CComponentBase, public IRequestContextMgr {
   VXNodePtr current;
   std::vector<Exchange> exchanges;
   HRESULT getStatus = S_OK;
-  int gets = 0;
 };
 
 // A fake component of class `T` made through its interface `I`, with one
