@@ -22,6 +22,7 @@ const std::unordered_map<uint32_t, std::u16string_view>& SystemTexts() {
   static const std::unordered_map<uint32_t, std::u16string_view> table = {
       {0x80070057, u"The parameter is incorrect."},
       {0x80070490, u"Element not found."},
+      {0x80070005, u"Access is denied."},
       {0x80070102, u"The wait operation timed out."},
       {0x80004005, u"Unspecified error"},
       {0x80004002, u"No such interface supported"},

@@ -64,3 +64,22 @@ struct IConfigNodes : IComponent {
                             uint32_t* returned) = 0;
   virtual HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count, uint32_t* returned) = 0;
 };
+
+// The answer of "Security.PermissionsChecker" for one caller and permission.
+enum AccessCheckResult : int32_t {
+  kAccessMissing = 0,  // the caller does not hold the permission
+  kAccessLimited = 1,  // it holds for the managed objects of the scope only
+  kAccessFull = 2,     // it holds without limit
+};
+
+// "Security.PermissionsChecker": the rights of a caller.
+struct IPermissionsChecker : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{B697DCC3-8924-46CE-A06C-C3795B5CCE70}");
+  // Whether the caller of `token` holds the permission `permission`. Fills
+  // `result`; for kAccessLimited, `scope` gets a node whose children are the
+  // managed objects, each carrying its GUID (node library type 13) in an
+  // attribute whose name the caller knows by configuration. A failure status
+  // leaves both unspecified.
+  virtual HRESULT CheckAccess(const VXNodePtr& token, const char16_t* permission,
+                              AccessCheckResult* result, VXNodePtr* scope) = 0;
+};

@@ -1,5 +1,8 @@
 #include "QueriesProcessing/Scriptwright/Core/ProcessorTable.h"
 
+#include "QueriesProcessing/Scriptwright/Rights/AccessFilterProcessor.h"
+#include "QueriesProcessing/Scriptwright/Rights/FieldModificatorProcessor.h"
+#include "QueriesProcessing/Scriptwright/Rights/ImpersonateProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/CMSortingProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/ConditionsProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/DistinctProcessor.h"
@@ -29,6 +32,9 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
       {u"%TOP%", Make<CTopProcessor>},
       {u"%CONDITION%", Make<CConditionsProcessor>},
       {u"%SIMPLE_PARAMETERS%", Make<CSimpleParametersProcessor>},
+      {u"%ACCESS_FILTER%", Make<CAccessFilterProcessor>},
+      {u"%ALERT_ACCESS_FILTER%", Make<CAccessFilterProcessor>},
+      {u"%IMPERSONATION%", Make<CImpersonateProcessor>},
       {u"%SORTING%", Make<CSortingProcessor>},
       {u"%SORTING_ROOT_ADJUST%", Make<CSortingRootAdjustProcessor>},
       {u"%CMARK_SORTING_CONDITION%", Make<CCMSortingProcessor>},
@@ -37,6 +43,7 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
       {u"%GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
       {u"%OVERVIEW_COUNTERS.GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
       {u"%OPTIONAL_TOP_PROCESSOR%", Make<COptionalTopProcessor>},
+      {u"%FIELD_MODIFICATOR_PROCESSOR%", Make<CFieldModificatorProcessor>},
   };
   return table;
 }

@@ -10,33 +10,13 @@
 #include "Common/ServiceLayer/ServiceInterfaces.h"
 #include "Common/SubsystemHelpers/DBHealth.h"
 #include "Common/Text.h"
+#include "tests/Common/FakeRequestContexts.h"
 
 namespace {
 
 VXNodePtr Node(const std::string& text) { return ReadNodeText("<nr>" + text + "</nr>", "test")[0]; }
 
-// "Core.RequestContextMgr": one thread's contexts, with every exchange kept.
-class FakeContexts : public CComponentBase, public IRequestContextMgr {
- public:
-  using Interfaces = std::tuple<IRequestContextMgr>;
-  HRESULT ExchangeContext(int32_t kind, const VXNodePtr& context, VXNodePtr* previous) override {
-    exchanges.push_back({kind, context});
-    *previous = current;
-    current = context;
-    return S_OK;
-  }
-  HRESULT GetContext(int32_t, const VXNodePtr&, VXNodePtr* context) override {
-    *context = current;
-    return S_OK;
-  }
-
-  struct Exchange {
-    int32_t kind;
-    VXNodePtr context;
-  };
-  VXNodePtr current;
-  std::vector<Exchange> exchanges;
-};
+using Testing::FakeContexts;
 
 // "Core.ServiceClient" and the gate's proxy in one object.
 class FakeGate : public CComponentBase, public IServiceClient, public IServiceProxy {
@@ -100,18 +80,11 @@ class Capture : public Logger {
   std::u16string text_;
 };
 
-template <typename T, typename I>
-T* Make() {
-  I* made = nullptr;
-  Check(CComponentObject<T>::Create(I::kIid, reinterpret_cast<void**>(&made)));
-  return static_cast<T*>(made);
-}
-
 class DBHealthTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    gContexts = Make<FakeContexts, IRequestContextMgr>();
-    gGate = Make<FakeGate, IServiceClient>();
+    gContexts = Testing::MakeFake<FakeContexts, IRequestContextMgr>();
+    gGate = Testing::MakeFake<FakeGate, IServiceClient>();
     gGate->contexts = gContexts;
     gContexts->current = caller_;
     ScriptwrightSetNamedInstanceProvider(&Provide);
