@@ -156,8 +156,8 @@ TEST(WhenTimeProcessorTest, BadTimesFailTheRequest) {
     EXPECT_EQ(Rewrite(request), c.status) << c.conditions;
     const auto info = GetErrorInfo();
     ASSERT_TRUE(info);
-    if (c.status == E_INVALIDARG)
-      EXPECT_TRUE(info->description.ends_with(u"invalid format time")) << c.conditions;
+    EXPECT_EQ(info->description.ends_with(u": invalid format time"), c.status == E_INVALIDARG)
+        << c.conditions;
     // Both ends are marked before they are read; a NOT above stays a NOT.
     const VXNodePtr range = request.GetChild(u"Conditions").ChildAt(0);
     const VXNodePtr parent = range.GetString(u"operator") == u"NOT" ? range.ChildAt(0) : range;
