@@ -1,5 +1,9 @@
 #include "QueriesProcessing/Scriptwright/Core/ProcessorTable.h"
 
+#include "QueriesProcessing/Scriptwright/Joins/CommonJoinProcessor.h"
+#include "QueriesProcessing/Scriptwright/Joins/ConditionExtractor.h"
+#include "QueriesProcessing/Scriptwright/Joins/JoinProcessor.h"
+#include "QueriesProcessing/Scriptwright/Joins/WhenTimeProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/AccessFilterProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/FieldModificatorProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/ImpersonateProcessor.h"
@@ -40,10 +44,14 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
       {u"%CMARK_SORTING_CONDITION%", Make<CCMSortingProcessor>},
       {u"%DATEADD%", Make<CDateAddProcessor>},
       {u"%DISTINCT%", Make<CDistinctProcessor>},
+      {u"%WHEN_TIME_PROCESSOR%", Make<CWhenTimeProcessor>},
       {u"%GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
+      {u"%JOIN_PROCESSOR%", Make<CJoinProcessor>},
       {u"%OVERVIEW_COUNTERS.GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
       {u"%OPTIONAL_TOP_PROCESSOR%", Make<COptionalTopProcessor>},
       {u"%FIELD_MODIFICATOR_PROCESSOR%", Make<CFieldModificatorProcessor>},
+      {u"%COMMON_JOIN_PROCESSOR%", Make<CCommonJoinProcessor>},
+      {u"%CONDITION_EXTRACTOR%", Make<ConditionExtractor>},
   };
   return table;
 }
