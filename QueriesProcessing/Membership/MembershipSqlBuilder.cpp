@@ -1,7 +1,5 @@
 #include "QueriesProcessing/Membership/MembershipSqlBuilder.h"
 
-#include <algorithm>
-
 #include "Common/Logger.h"
 #include "Common/SqlText.h"
 #include "Common/Text.h"

@@ -17,13 +17,14 @@ std::string Utf8(const std::u16string& text) { return ToUtf8(text); }
 
 TEST(SQLiteStorageTest, RowsCarryTheirColumnsAsTypedAttributes) {
   const auto storage = OpenStorage(u":memory:");
-  ASSERT_EQ(RunSql(storage,
-                u"CREATE TABLE T (G GUID, U uniqueidentifier, I INTEGER, R REAL, S TEXT, B BLOB, "
-                u"N TEXT, Bad GUID, GB GUID);"
-                u"INSERT INTO T VALUES ('0dd265d7-9c92-4fc0-9cbe-32d691746561', "
-                u"'{0DD265D7-9C92-4FC0-9CBE-32D691746561}', -7, 2.5, 'text', x'00AB', NULL, "
-                u"'not a guid', x'D765D20D929CC04F9CBE32D691746561');"),
-            S_OK);
+  ASSERT_EQ(
+      RunSql(storage,
+             u"CREATE TABLE T (G GUID, U uniqueidentifier, I INTEGER, R REAL, S TEXT, B BLOB, "
+             u"N TEXT, Bad GUID, GB GUID);"
+             u"INSERT INTO T VALUES ('0dd265d7-9c92-4fc0-9cbe-32d691746561', "
+             u"'{0DD265D7-9C92-4FC0-9CBE-32D691746561}', -7, 2.5, 'text', x'00AB', NULL, "
+             u"'not a guid', x'D765D20D929CC04F9CBE32D691746561');"),
+      S_OK);
   const VXNodePtr rows = Query(storage, u"SELECT * FROM T");
   ASSERT_EQ(rows.ChildCount(), 1u);
   const VXNodePtr row = rows.ChildAt(0);
@@ -121,7 +122,8 @@ TEST(SQLiteStorageTest, AFailedBatchRollsBackWholeWithSQLitesMessage) {
 
 TEST(SQLiteStorageTest, ABatchMayNotEndItsOwnTransaction) {
   const auto storage = OpenStorage(u":memory:");
-  EXPECT_EQ(RunSql(storage, u"CREATE TABLE T (A); COMMIT; INSERT INTO T VALUES (1);"), E_INVALIDARG);
+  EXPECT_EQ(RunSql(storage, u"CREATE TABLE T (A); COMMIT; INSERT INTO T VALUES (1);"),
+            E_INVALIDARG);
   EXPECT_NE(TakeErrorText().find("ended its transaction"), std::string::npos);
   EXPECT_EQ(RunSql(storage, u"BEGIN; SELECT 1;"), E_FAIL);
   EXPECT_NE(TakeErrorText().find("within a transaction"), std::string::npos);
@@ -243,8 +245,8 @@ TEST(SQLiteStorageTest, BatchesFromSeveralThreadsEachRunWhole) {
       for (int i = 0; i < kBatches; ++i) {
         // Two rows per batch; a reader sees both or neither.
         const std::u16string values = u"(" + ToText(t) + u", " + ToText(i) + u")";
-        if (RunSql(storage, u"INSERT INTO T VALUES " + values + u"; INSERT INTO T VALUES " + values) !=
-            S_OK) {
+        if (RunSql(storage, u"INSERT INTO T VALUES " + values + u"; INSERT INTO T VALUES " +
+                                values) != S_OK) {
           ++failures;
         }
         const VXNodePtr odd = Query(storage, u"SELECT COUNT(*) % 2 AS Odd FROM T");
