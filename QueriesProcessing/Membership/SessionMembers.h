@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <unordered_set>
+
+namespace QueriesProcessing {
+
+// Account names of group members: exact, case-sensitive equality.
+using MemberSet = std::unordered_set<std::u16string>;
+
+// The membership of one client session: what the resolver found for the
+// inclusive and the exclusive groups of its first request, and what the
+// tables manager stores.
+struct SessionMembers {
+  MemberSet inclusiveMembers;
+  MemberSet exclusiveMembers;
+  // Some group was cut at the members limit.
+  bool incomplete = false;
+};
+
+}  // namespace QueriesProcessing
