@@ -312,6 +312,54 @@ TEST(ServiceRepliesTest, MatchesByTypeOrNameAndWhenAndAnswersInTurn) {
   EXPECT_THROW(ServiceReplies(Node("<Service/>")), HRX);
 }
 
+// The containers example of docs/environment-file.md, and the same with a
+// last reply that matches every request.
+TEST(ServiceRepliesTest, EachCallTakesItsTurnAmongTheRepliesItMatches) {
+  const std::string replies = R"x(
+      <Reply Request="RetrieveContainerItemsRequest" Status="u32:2147942658">
+        <When ContainerId="{3F2504E0-4F89-11D3-9A0C-0305E82C3301}"/>
+      </Reply>
+      <Reply Request="RetrieveContainerItemsRequest">
+        <When ContainerId="3f2504e0-4f89-11d3-9a0c-0305e82c3301"/>
+        <_ _name="Items" Count="i32:2"/>
+      </Reply>)x";
+  const std::string withWhen = R"x(<Reply Request="RetrieveContainerItemsRequest">
+        <When ContainerId="{9B7E5A10-6C2D-4E8F-A1B3-C5D7E9F10203}"/>
+        <_ _name="Items" Count="i32:0"/>
+      </Reply>)x";
+  const std::string withoutWhen = R"x(<Reply Request="RetrieveContainerItemsRequest">
+        <_ _name="Items" Count="i32:0"/>
+      </Reply>)x";
+  const std::string first =
+      R"x(<RetrieveContainerItemsRequest ContainerId="guid:{3F2504E0-4F89-11D3-9A0C-0305E82C3301}"/>)x";
+  const std::string other =
+      R"x(<RetrieveContainerItemsRequest ContainerId="9b7e5a10-6c2d-4e8f-a1b3-c5d7e9f10203"/>)x";
+  constexpr int kFails = -1;
+  struct Case {
+    const std::string& last;
+    std::vector<std::pair<const std::string*, int>> calls;  // request, Count or kFails
+  };
+  const Case cases[] = {
+      {withWhen, {{&first, kFails}, {&other, 0}, {&first, 2}, {&first, 2}, {&other, 0}}},
+      {withoutWhen, {{&first, kFails}, {&first, 2}, {&first, 0}, {&other, 0}, {&first, 0}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.last);
+    ServiceReplies service(Node("<Service Url=\"x\">" + replies + c.last + "</Service>"));
+    for (const auto& [request, count] : c.calls) {
+      VXNodePtr response;
+      const HRESULT status = service.Call(Node(*request), &response);
+      if (count == kFails) {
+        EXPECT_EQ(status, static_cast<HRESULT>(0x80070102));
+        EXPECT_FALSE(response);
+        continue;
+      }
+      ASSERT_EQ(status, S_OK);
+      EXPECT_EQ(response.GetInt32(u"Count"), count);
+    }
+  }
+}
+
 // The host's components installed as the library's named instances, as the
 // command-line host installs them.
 class StandInsTest : public ::testing::Test {

@@ -80,6 +80,13 @@ TEST(MarkJobTest, MarksOfSeveralDatabasesStandSideBySide) {
   EXPECT_EQ(DatabaseKey(u"Audit]x"), u"[AUDIT]]X]");
 }
 
+// The example of docs/cli.md, byte for byte.
+TEST(MarkJobTest, PrintsTheDocumentedElement) {
+  EXPECT_EQ(Printed({"audit_FILES", {"RID=1042", "When=2026-03-01 10:00:00"}}),
+            u"16229041500841814948:RID;MQAwADQAMgA=,When;"
+            u"MgAwADIANgAtADAAMwAtADAAMQAgADEAMAA6ADAAMAA6ADAAMAA=");
+}
+
 TEST(MarkJobTest, RefusesColumnsTheLibraryCouldNotReadBack) {
   const char* columns[] = {"RID", "=5", "Bad,Name=1", "Bad;Name=1"};
   for (const char* column : columns) {
