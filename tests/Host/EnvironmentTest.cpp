@@ -10,6 +10,7 @@
 #include <mutex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Common/Components/NamedInstances.h"
@@ -358,6 +359,38 @@ TEST(ServiceRepliesTest, EachCallTakesItsTurnAmongTheRepliesItMatches) {
       EXPECT_EQ(response.GetInt32(u"Count"), count);
     }
   }
+}
+
+// Calls from several threads at once: each reply answers once, in turn,
+// before the last one repeats.
+TEST(ServiceRepliesTest, ThreadsTakeTurnsWithoutLosingOrRepeatingOne) {
+  constexpr int kReplies = 10;
+  constexpr int kThreads = 4;
+  constexpr int kCallsEach = 25;
+  std::string text = "<Service Url=\"x\">";
+  for (int i = 0; i < kReplies; ++i) {
+    text += "<Reply Request=\"R\"><_ N=\"i32:" + std::to_string(i) + "\"/></Reply>";
+  }
+  ServiceReplies service(Node(text + "</Service>"));
+  std::vector<std::vector<int>> answers(kThreads);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kCallsEach; ++i) {
+        VXNodePtr response;
+        if (service.Call(VXNodePtr::Create(u"R"), &response) == S_OK) {
+          answers[t].push_back(response.GetInt32(u"N"));
+        }
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  std::vector<int> times(kReplies, 0);
+  for (const auto& some : answers) {
+    for (int n : some) ++times[n];
+  }
+  for (int i = 0; i + 1 < kReplies; ++i) EXPECT_EQ(times[i], 1) << i;
+  EXPECT_EQ(times[kReplies - 1], kThreads * kCallsEach - (kReplies - 1));
 }
 
 // The host's components installed as the library's named instances, as the
