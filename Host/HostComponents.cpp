@@ -220,7 +220,12 @@ HRESULT CHostConfigProxy::FindNodes(const VXNodePtr& filter, IConfigCursor** cur
   if (cursor) *cursor = nullptr;
   const std::u16string path = filter.GetString(u"NodePath");
   const bool isParent = filter.GetBool(u"IsParent", false);
-  std::vector<VXNodePtr> found = Search(NodeAtPath(tree_, path), isParent, DepthOf(filter));
+  const uint32_t depth = DepthOf(filter);
+  std::vector<VXNodePtr> found;
+  {
+    std::lock_guard guard(treeLock_);
+    found = Search(NodeAtPath(tree_, path), isParent, depth);
+  }
   VX_LOG(Severity::DBG, name_ << u" FindNodes(" << path << u", IsParent " << isParent
                               << u", MaxDepth " << filter.GetInt64(u"MaxDepth", 0) << u"): "
                               << found.size() << u" node(s)");

@@ -53,16 +53,17 @@ class CHostDataSourceManager : public CComponentBase, public IDataSourceManager 
 // the environment's `Config` tree, whose root stands for the path "\". A
 // `MaxDepth` below 0 brings the whole subtree along. Each FindNodes and
 // FindMore is logged at DBG ("<name> FindNodes(<path>, IsParent <b>, MaxDepth
-// <n>): <count> node(s)"). The observer list is thread-safe; the tree is set
-// before the library is configured and only read afterwards.
+// <n>): <count> node(s)"). Thread-safe: the tree, a copy of the proxy's own,
+// is set before the library is configured and read under a lock afterwards.
 class CHostConfigProxy : public CComponentBase,
                          public IConfigSubscriptions,
                          public IConfigSubscription,
                          public IConfigNodes {
  public:
   using Interfaces = std::tuple<IConfigSubscriptions, IConfigSubscription, IConfigNodes>;
+  // Keeps a copy of `tree` (null: an empty configuration).
   void SetTree(const VXNodePtr& tree, std::u16string name = u"ConfigServer.Proxy") {
-    tree_ = tree;
+    tree_ = tree ? tree.Clone() : VXNodePtr();
     name_ = std::move(name);
   }
   HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes,
@@ -81,7 +82,8 @@ class CHostConfigProxy : public CComponentBase,
  private:
   std::mutex lock_;
   std::vector<CompPtr<IConfigObserver>> observers_;  // guarded by lock_
-  VXNodePtr tree_;
+  std::mutex treeLock_;
+  VXNodePtr tree_;  // read under treeLock_
   std::u16string name_ = u"ConfigServer.Proxy";
 };
 

@@ -5,7 +5,8 @@
 
 HostDataSources::HostDataSources(const VXNodePtr& dataSources) {
   if (!dataSources) return;
-  dataSources.ForEachChild([this](const VXNodePtr& child) {
+  tree_ = dataSources.Clone();
+  tree_.ForEachChild([this](const VXNodePtr& child) {
     if (child.GetType() != u"DataSource") return;
     entries_.push_back({child.GetValue(), child, StatusAttribute(child)});
   });
@@ -33,6 +34,7 @@ HRESULT HostDataSources::GetDataSource(std::u16string_view id, VXNodePtr* node,
     return *entry->status;
   }
   VX_LOG(Severity::DBG, call << id << u", " << flags << u"): found");
+  std::lock_guard guard(lock_);
   *node = entry->node.Clone();
   return S_OK;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,8 +32,8 @@
 // at DBG: "DataSourceManager GetDataSource(<id>, <flags>): " and the outcome
 // ("found", "not found", or the status).
 //
-// Built on the host's thread before the library runs; afterwards only read,
-// so calls may come from any thread at once.
+// Keeps a copy of `DataSources` of its own, which it reads under its lock:
+// calls may come from any thread at once.
 class HostDataSources {
  public:
   // `dataSources` may be null: no data sources. Children of another type are
@@ -49,5 +50,7 @@ class HostDataSources {
   };
   const Entry* Find(std::u16string_view id) const;
 
-  std::vector<Entry> entries_;
+  VXNodePtr tree_;              // read under lock_
+  std::vector<Entry> entries_;  // their nodes lie in tree_
+  mutable std::mutex lock_;
 };

@@ -15,7 +15,8 @@ VXNodePtr ScopeOf(const VXNodePtr& permission) {
 
 HostPermissions::HostPermissions(const VXNodePtr& permissions) {
   if (!permissions) return;
-  permissions.ForEachChild([this](const VXNodePtr& child) {
+  tree_ = permissions.Clone();
+  tree_.ForEachChild([this](const VXNodePtr& child) {
     if (child.GetType() != u"Permission") return;
     Entry entry{child.GetString(u"Token"), child.GetString(u"Name"), 0, StatusAttribute(child),
                 child};
@@ -52,6 +53,7 @@ HRESULT HostPermissions::CheckAccess(const VXNodePtr& token, std::u16string_view
   }
   VX_LOG(Severity::DBG, call << tokenName << u", " << permission << u"): result " << entry->result);
   *result = entry->result;
+  std::lock_guard guard(lock_);
   *scope = ScopeOf(entry->node);
   return S_OK;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,8 +35,8 @@
 // "Security.PermissionsChecker CheckAccess(<token name>, <permission>): " and
 // "result <n>", "no permission listed, result 0" or the status.
 //
-// Built on the host's thread before the library runs; afterwards only read,
-// so calls may come from any thread at once.
+// Keeps a copy of `Permissions` of its own, which it reads under its lock:
+// calls may come from any thread at once.
 class HostPermissions {
  public:
   // `permissions` may be null: every check answers 0. Children of another
@@ -57,5 +58,7 @@ class HostPermissions {
   };
   const Entry* Find(std::u16string_view token, std::u16string_view permission) const;
 
-  std::vector<Entry> entries_;
+  VXNodePtr tree_;              // read under lock_
+  std::vector<Entry> entries_;  // their nodes lie in tree_
+  mutable std::mutex lock_;
 };

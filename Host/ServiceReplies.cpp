@@ -32,8 +32,9 @@ bool HoldsAll(const VXNodePtr& request, const VXNodePtr& when) {
 
 }  // namespace
 
-ServiceReplies::ServiceReplies(const VXNodePtr& service) : url_(service.GetString(u"Url")) {
-  service.ForEachChild([this](const VXNodePtr& child) {
+ServiceReplies::ServiceReplies(const VXNodePtr& service)
+    : tree_(service.Clone()), url_(tree_.GetString(u"Url")) {
+  tree_.ForEachChild([this](const VXNodePtr& child) {
     if (child.GetType() != u"Reply") return;
     replies_.push_back({child.GetString(u"Request", u""), FirstChildOfType(child, kWhen),
                         FirstChildNotOfType(child, kWhen), StatusAttribute(child)});
@@ -49,18 +50,21 @@ std::vector<std::shared_ptr<ServiceReplies>> ServiceReplies::ReadAll(const VXNod
   return all;
 }
 
-std::optional<size_t> ServiceReplies::TakeTurn(std::u16string_view key, const VXNodePtr& request) {
+std::optional<size_t> ServiceReplies::TakeTurn(std::u16string_view key, const VXNodePtr& request,
+                                               VXNodePtr& answer) {
   std::lock_guard guard(lock_);
-  std::optional<size_t> last;
+  std::optional<size_t> turn;
   for (size_t i = 0; i < replies_.size(); ++i) {
-    Reply& reply = replies_[i];
+    const Reply& reply = replies_[i];
     if (reply.request != key || !HoldsAll(request, reply.when)) continue;
-    last = i;
-    if (reply.answered) continue;
-    reply.answered = true;
-    return i;
+    turn = i;
+    if (!reply.answered) break;
   }
-  return last;
+  if (!turn) return turn;
+  Reply& reply = replies_[*turn];
+  reply.answered = true;
+  if (reply.answer && !reply.status) answer = reply.answer.Clone();
+  return turn;
 }
 
 HRESULT ServiceReplies::Call(const VXNodePtr& request, VXNodePtr* response) {
@@ -68,7 +72,8 @@ HRESULT ServiceReplies::Call(const VXNodePtr& request, VXNodePtr* response) {
   *response = VXNodePtr();
   const std::u16string type = request.GetType();
   const std::u16string key = type.empty() ? request.GetName() : type;
-  const std::optional<size_t> turn = TakeTurn(key, request);
+  VXNodePtr answer;
+  const std::optional<size_t> turn = TakeTurn(key, request, answer);
   const std::u16string_view call = u"Core.ServiceClient Call(";
   if (!turn) {
     VX_LOG(Severity::DBG, call << url_ << u", " << key << u"): no reply");
@@ -81,6 +86,6 @@ HRESULT ServiceReplies::Call(const VXNodePtr& request, VXNodePtr* response) {
     return *reply.status;
   }
   VX_LOG(Severity::DBG, call << url_ << u", " << key << u"): reply " << *turn + 1);
-  if (reply.answer) *response = reply.answer.Clone();
+  *response = std::move(answer);
   return S_OK;
 }

@@ -44,8 +44,8 @@
 // "reply <n>" (the reply's place among the service's replies, from 1), with
 // its status when it has one, or "no reply".
 //
-// Thread-safe: the turns are kept under a lock; the replies' trees are only
-// read.
+// Thread-safe: keeps a copy of its `Service` of its own, which it reads, and
+// the turns, under its lock.
 class ServiceReplies {
  public:
   // Raises HRX 0x80070490 when `service` has no `Url`, and HRX when a
@@ -64,14 +64,17 @@ class ServiceReplies {
  private:
   struct Reply {
     std::u16string request;
-    VXNodePtr when;
-    VXNodePtr answer;
+    VXNodePtr when;    // in tree_
+    VXNodePtr answer;  // in tree_
     std::optional<HRESULT> status;
     bool answered = false;  // guarded by lock_
   };
-  // The index of the reply that answers `request` now, and its turn taken.
-  std::optional<size_t> TakeTurn(std::u16string_view key, const VXNodePtr& request);
+  // The index of the reply that answers `request` now, its turn taken, and
+  // a copy of its answer in `answer`.
+  std::optional<size_t> TakeTurn(std::u16string_view key, const VXNodePtr& request,
+                                 VXNodePtr& answer);
 
+  VXNodePtr tree_;  // read under lock_
   std::u16string url_;
   std::mutex lock_;
   std::vector<Reply> replies_;
