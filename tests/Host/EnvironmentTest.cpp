@@ -363,7 +363,7 @@ TEST(ServiceRepliesTest, EachCallTakesItsTurnAmongTheRepliesItMatches) {
 
 // Calls from several threads at once: each reply answers once, in turn,
 // before the last one repeats.
-TEST(ServiceRepliesTest, ThreadsTakeTurnsWithoutLosingOrRepeatingOne) {
+TEST(ServiceRepliesThreadsTest, EachReplyAnswersOnceBeforeTheLastRepeats) {
   constexpr int kReplies = 10;
   constexpr int kThreads = 4;
   constexpr int kCallsEach = 25;
