@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "Common/Logger.h"
 #include "Common/Nodes/NodeTextWriter.h"
 #include "Host/CommandPrinter.h"
 
@@ -34,10 +35,16 @@ std::vector<CompPtr<I>> TakeObject(std::vector<CompPtr<I>>& observers, IComponen
 }  // namespace
 
 HRESULT CHostDataSourceManager::AddObserver(ITriggerObserver* observer) {
+  VX_LOG(Severity::DBG, u"DataSourceManager AddObserver");
   if (!observer) return E_INVALIDARG;
   std::lock_guard guard(lock_);
   observers_.emplace_back(observer);
   return S_OK;
+}
+
+HRESULT CHostDataSourceManager::GetDataSource(std::u16string_view id, VXNodePtr* node,
+                                              uint32_t flags) {
+  return dataSources_->GetDataSource(id, node, flags);
 }
 
 void CHostDataSourceManager::RemoveObserver(IComponent* component) {
@@ -54,6 +61,7 @@ void CHostDataSourceManager::Clear() {
 
 HRESULT CHostConfigProxy::Subscribe(const VXNodePtr&, const VXNodePtr&, IConfigObserver* observer,
                                     IConfigSubscription** out) {
+  VX_LOG(Severity::DBG, name_ << u" Subscribe");
   if (!observer || !out) return E_INVALIDARG;
   {
     std::lock_guard guard(lock_);
@@ -99,6 +107,7 @@ VXNodePtr CHostRequestContextMgr::Current(int32_t kind) {
 
 HRESULT CHostRequestContextMgr::ExchangeContext(int32_t kind, const VXNodePtr& context,
                                                 VXNodePtr* previous) {
+  VX_LOG(Severity::DBG, u"Core.RequestContextMgr ExchangeContext(" << kind << u")");
   if (!previous) return E_INVALIDARG;
   std::lock_guard guard(lock_);
   *previous = Current(kind);
@@ -108,35 +117,28 @@ HRESULT CHostRequestContextMgr::ExchangeContext(int32_t kind, const VXNodePtr& c
 
 HRESULT CHostRequestContextMgr::GetContext(int32_t kind, const VXNodePtr&, VXNodePtr* context) {
   if (!context) return E_INVALIDARG;
-  std::lock_guard guard(lock_);
-  *context = Current(kind);
+  {
+    std::lock_guard guard(lock_);
+    *context = Current(kind);
+  }
+  VX_LOG(Severity::DBG, u"Core.RequestContextMgr GetContext("
+                            << kind << u"): " << (*context ? context->Describe() : u"none"));
   return S_OK;
 }
 
 namespace {
 
-// One service of the environment, answering from its replies.
+// One proxy of a service of the environment.
 class CHostServiceProxy : public CComponentBase, public IServiceProxy {
  public:
   using Interfaces = std::tuple<IServiceProxy>;
-  void SetService(const VXNodePtr& service) { service_ = service; }
-
+  void SetService(std::shared_ptr<ServiceReplies> service) { service_ = std::move(service); }
   HRESULT Call(const VXNodePtr& request, VXNodePtr* response) override {
-    if (!request || !response) return E_INVALIDARG;
-    const std::u16string type = request.GetType();
-    for (uint32_t i = 0; i < service_.ChildCount(); ++i) {
-      VXNodePtr reply = service_.ChildAt(i);
-      if (reply.GetType() != u"Reply" || reply.GetString(u"Request", u"") != type ||
-          reply.ChildCount() == 0)
-        continue;
-      *response = reply.ChildAt(0).Clone();
-      return S_OK;
-    }
-    return ReportError(E_NOTFOUND, u": the service has no reply to " + type);
+    return service_->Call(request, response);
   }
 
  private:
-  VXNodePtr service_;
+  std::shared_ptr<ServiceReplies> service_;
 };
 
 }  // namespace
@@ -145,9 +147,9 @@ HRESULT CHostServiceClient::OpenService(const char16_t* url, uint32_t, const GUI
                                         void** proxy) {
   if (!url || !proxy) return E_INVALIDARG;
   *proxy = nullptr;
-  for (uint32_t i = 0; services_ && i < services_.ChildCount(); ++i) {
-    VXNodePtr service = services_.ChildAt(i);
-    if (service.GetString(u"Url", u"") != url) continue;
+  VX_LOG(Severity::DBG, u"Core.ServiceClient OpenService(" << url << u")");
+  for (const auto& service : services_) {
+    if (service->Url() != url) continue;
     CComponentObject<CHostServiceProxy>* made = MakeHostComponent<CHostServiceProxy>();
     made->SetService(service);
     const HRESULT status = static_cast<IServiceProxy*>(made)->QueryInterface(iid, proxy);
@@ -176,31 +178,57 @@ void HandOut(std::vector<VXNodePtr>& found, size_t& next, VXNodePtr* nodes, uint
 
 }  // namespace
 
+namespace {
+
+// The node at `path` below `at`, whose components are node names
+// separated by "\"; null when there is none.
+VXNodePtr NodeAtPath(VXNodePtr at, std::u16string_view path) {
+  for (size_t start = 0; at && start < path.size();) {
+    size_t end = path.find(u'\\', start);
+    if (end == std::u16string_view::npos) end = path.size();
+    if (end > start) at = at.GetChild(path.substr(start, end - start));
+    start = end + 1;
+  }
+  return at;
+}
+
+// Levels of children that come along: a negative MaxDepth means all.
+uint32_t DepthOf(const VXNodePtr& filter) {
+  const int64_t depth = filter.GetInt64(u"MaxDepth", 0);
+  if (depth < 0) return VXNodePtr::kWholeTree;
+  return static_cast<uint32_t>(std::min<int64_t>(depth, VXNodePtr::kWholeTree));
+}
+
+std::vector<VXNodePtr> Search(const VXNodePtr& at, bool isParent, uint32_t depth) {
+  std::vector<VXNodePtr> found;
+  if (!at) return found;
+  if (!isParent) {
+    found.push_back(at.Clone(depth));
+    return found;
+  }
+  at.ForEachChild(
+      [&](const VXNodePtr& child) { found.push_back(child.Clone(depth == 0 ? 0 : depth - 1)); });
+  return found;
+}
+
+}  // namespace
+
 HRESULT CHostConfigProxy::FindNodes(const VXNodePtr& filter, IConfigCursor** cursor,
                                     VXNodePtr* nodes, uint32_t count, uint32_t* returned) {
   if (!filter || !returned || (!nodes && count)) return E_INVALIDARG;
   *returned = 0;
   if (cursor) *cursor = nullptr;
-  VXNodePtr at = tree_;
   const std::u16string path = filter.GetString(u"NodePath");
-  for (size_t start = 0; at && start < path.size();) {
-    size_t end = path.find(u'\\', start);
-    if (end == std::u16string::npos) end = path.size();
-    if (end > start) at = at.GetChild(path.substr(start, end - start));
-    start = end + 1;
-  }
+  const bool isParent = filter.GetBool(u"IsParent", false);
+  const uint32_t depth = DepthOf(filter);
   std::vector<VXNodePtr> found;
-  if (at) {
-    const auto depth = static_cast<uint32_t>(
-        std::min<int64_t>(filter.GetInt64(u"MaxDepth", 0), VXNodePtr::kWholeTree));
-    if (filter.GetBool(u"IsParent", false)) {
-      at.ForEachChild([&](const VXNodePtr& child) {
-        found.push_back(child.Clone(depth == 0 ? 0 : depth - 1));
-      });
-    } else {
-      found.push_back(at.Clone(depth));
-    }
+  {
+    std::lock_guard guard(treeLock_);
+    found = Search(NodeAtPath(tree_, path), isParent, depth);
   }
+  VX_LOG(Severity::DBG, name_ << u" FindNodes(" << path << u", IsParent " << isParent
+                              << u", MaxDepth " << filter.GetInt64(u"MaxDepth", 0) << u"): "
+                              << found.size() << u" node(s)");
   size_t next = 0;
   HandOut(found, next, nodes, count, returned);
   if (!cursor) return S_OK;
@@ -216,5 +244,6 @@ HRESULT CHostConfigProxy::FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint
   if (!cursor || !returned || (!nodes && count)) return E_INVALIDARG;
   auto* rest = static_cast<CHostConfigCursor*>(cursor);
   HandOut(rest->pending, rest->next, nodes, count, returned);
+  VX_LOG(Severity::DBG, name_ << u" FindMore(" << count << u"): " << *returned << u" node(s)");
   return S_OK;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <ostream>
 #include <thread>
@@ -12,6 +13,8 @@
 #include "Common/Components/ServerInterfaces.h"
 #include "Common/Logger.h"
 #include "Common/ServiceLayer/ServiceInterfaces.h"
+#include "Host/HostDataSources.h"
+#include "Host/ServiceReplies.h"
 
 // The named components the command-line host serves to the library, in place
 // of a server's own.
@@ -19,34 +22,50 @@
 // True when `a` and `b` are interfaces of the same object.
 bool SameObject(IComponent* a, IComponent* b);
 
-// "DataSourceManager": keeps its observers; this host has no data sources to
-// report on. Thread-safe.
+// "DataSourceManager": keeps its observers, and answers GetDataSource from
+// the environment's `DataSources` (HostDataSources tells how). The observer
+// list is thread-safe; the data sources are set before the library is
+// configured and only read afterwards.
 class CHostDataSourceManager : public CComponentBase, public IDataSourceManager {
  public:
   using Interfaces = std::tuple<IDataSourceManager>;
+  void SetDataSources(std::shared_ptr<const HostDataSources> dataSources) {
+    dataSources_ = std::move(dataSources);
+  }
   HRESULT AddObserver(ITriggerObserver* observer) override;
+  // The library's GetDataSource(id, node, 1); no data sources set: none.
+  HRESULT GetDataSource(std::u16string_view id, VXNodePtr* node, uint32_t flags);
   // Lets go of every registration of `component`.
   void RemoveObserver(IComponent* component);
   // Observers hold the component that holds this manager: let go of them.
   void Clear();
 
  private:
+  std::shared_ptr<const HostDataSources> dataSources_ =
+      std::make_shared<const HostDataSources>(VXNodePtr());
   std::mutex lock_;
   std::vector<CompPtr<ITriggerObserver>> observers_;  // guarded by lock_
 };
 
-// "ConfigServer.Proxy" (and "Base.AppConfigStorage"): keeps the
-// configuration observers, which the host tells of changes with
-// NotifyModified, and finds nodes by path in the environment's `Config` tree,
-// whose root stands for the path "\". The observer list is thread-safe; the
-// tree is set before the library is configured and only read afterwards.
+// "ConfigServer.Proxy" or "Base.AppConfigStorage" (one object for each,
+// `name` tells which in the log): keeps the configuration observers, which
+// the host tells of changes with NotifyModified, and finds nodes by path in
+// the environment's `Config` tree, whose root stands for the path "\". A
+// `MaxDepth` below 0 brings the whole subtree along. Each FindNodes and
+// FindMore is logged at DBG ("<name> FindNodes(<path>, IsParent <b>, MaxDepth
+// <n>): <count> node(s)"). Thread-safe: the tree, a copy of the proxy's own,
+// is set before the library is configured and read under a lock afterwards.
 class CHostConfigProxy : public CComponentBase,
                          public IConfigSubscriptions,
                          public IConfigSubscription,
                          public IConfigNodes {
  public:
   using Interfaces = std::tuple<IConfigSubscriptions, IConfigSubscription, IConfigNodes>;
-  void SetTree(const VXNodePtr& tree) { tree_ = tree; }
+  // Keeps a copy of `tree` (null: an empty configuration).
+  void SetTree(const VXNodePtr& tree, std::u16string name = u"ConfigServer.Proxy") {
+    tree_ = tree ? tree.Clone() : VXNodePtr();
+    name_ = std::move(name);
+  }
   HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes,
                     uint32_t count, uint32_t* returned) override;
   HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count,
@@ -63,7 +82,9 @@ class CHostConfigProxy : public CComponentBase,
  private:
   std::mutex lock_;
   std::vector<CompPtr<IConfigObserver>> observers_;  // guarded by lock_
-  VXNodePtr tree_;
+  std::mutex treeLock_;
+  VXNodePtr tree_;  // read under treeLock_
+  std::u16string name_ = u"ConfigServer.Proxy";
 };
 
 // The executing component: prints each prepared query, as the commands'
@@ -105,7 +126,10 @@ CComponentObject<T>* MakeHostComponent() {
 }
 
 // "Core.RequestContextMgr": each thread's contexts by kind; a thread that has
-// set none acts for `caller` (the token picked with --as, or none).
+// set none acts for `caller` (a copy of the token picked with --as, or none).
+// Each call is logged at DBG: "Core.RequestContextMgr ExchangeContext(<kind>)",
+// and "Core.RequestContextMgr GetContext(<kind>): " with the context's
+// description ("node Token 'auditor'") or "none".
 class CHostRequestContextMgr : public CComponentBase, public IRequestContextMgr {
  public:
   using Interfaces = std::tuple<IRequestContextMgr>;
@@ -121,15 +145,21 @@ class CHostRequestContextMgr : public CComponentBase, public IRequestContextMgr 
   std::map<std::pair<std::thread::id, int32_t>, VXNodePtr> contexts_;  // guarded by lock_
 };
 
-// "Core.ServiceClient": services by URL, answering from the environment's
-// canned replies: the first `Reply` whose `Request` names the request's node
-// type gives a copy of its first child.
+// "Core.ServiceClient": services by URL, each answering from the
+// environment's canned replies (ServiceReplies tells how). OpenService for a
+// URL that no service has fails with 0x80070490; the first service of a URL
+// serves it. Every proxy of one URL shares its replies' turns. Each
+// OpenService is logged at DBG ("Core.ServiceClient OpenService(<url>)").
+// The services are set before the library is configured; afterwards the
+// component may be called from any thread.
 class CHostServiceClient : public CComponentBase, public IServiceClient {
  public:
   using Interfaces = std::tuple<IServiceClient>;
-  void SetServices(const VXNodePtr& services) { services_ = services; }
+  void SetServices(std::vector<std::shared_ptr<ServiceReplies>> services) {
+    services_ = std::move(services);
+  }
   HRESULT OpenService(const char16_t* url, uint32_t flags, const GUID& iid, void** proxy) override;
 
  private:
-  VXNodePtr services_;
+  std::vector<std::shared_ptr<ServiceReplies>> services_;
 };

@@ -1,43 +1,48 @@
 #include "Host/HostServices.h"
 
-VXNodePtr ChildOfType(const VXNodePtr& environment, std::u16string_view type) {
-  for (uint32_t i = 0; environment && i < environment.ChildCount(); ++i) {
-    if (environment.ChildAt(i).GetType() == type) return environment.ChildAt(i);
-  }
-  return VXNodePtr();
+namespace {
+
+CompPtr<IConfigSubscriptions> MakeConfigProxy(const VXNodePtr& tree, std::u16string name) {
+  auto* proxy = MakeHostComponent<CHostConfigProxy>();
+  proxy->SetTree(tree, std::move(name));
+  return CompPtr<IConfigSubscriptions>::Attach(proxy);
 }
 
-HostServices::HostServices(const ModuleLoader& module, const VXNodePtr& environment,
-                           const VXNodePtr& caller, std::ostream& out, bool xml)
-    : module_(module) {
+}  // namespace
+
+HostServices::HostServices(const ModuleLoader& module, const HostEnvironment& environment,
+                           std::ostream& out, bool xml)
+    : module_(module),
+      proxy_(MakeConfigProxy(environment.Config(), u"ConfigServer.Proxy")),
+      appConfig_(MakeConfigProxy(environment.Config(), u"Base.AppConfigStorage")),
+      permissions_(environment.Permissions()) {
   auto* dataSources = MakeHostComponent<CHostDataSourceManager>();
   dataSources_ = CompPtr<IDataSourceManager>::Attach(dataSources);
-  auto* proxy = MakeHostComponent<CHostConfigProxy>();
-  proxy_ = CompPtr<IConfigSubscriptions>::Attach(proxy);
-  proxy->SetTree(ChildOfType(environment, u"Config"));
+  dataSources->SetDataSources(environment.DataSources());
   auto* printer = MakeHostComponent<CCommandPrinter>();
   printer_ = CompPtr<IQueryProcessor>::Attach(printer);
   printer->SetOutput(&out, xml);
   auto* contexts = MakeHostComponent<CHostRequestContextMgr>();
   const auto contextsHeld = CompPtr<IRequestContextMgr>::Attach(contexts);
-  contexts->SetCaller(caller);
+  contexts->SetCaller(environment.Caller());
   auto* services = MakeHostComponent<CHostServiceClient>();
   const auto servicesHeld = CompPtr<IServiceClient>::Attach(services);
-  services->SetServices(ChildOfType(environment, u"Services"));
+  services->SetServices(environment.Services());
 
   names_.Add(u"Core.RequestContextMgr", contextsHeld.get());
   names_.Add(u"Core.ServiceClient", servicesHeld.get());
   names_.Add(u"DataSourceManager", dataSources_.get());
   names_.Add(u"ConfigServer.Proxy", proxy_.get());
-  names_.Add(u"Base.AppConfigStorage", proxy_.get());
+  names_.Add(u"Base.AppConfigStorage", appConfig_.get());
   names_.Install();
   module_.SetNamedInstanceProvider(&NamedInstanceTable::Provide);
 }
 
 HostServices::~HostServices() {
   module_.SetNamedInstanceProvider(nullptr);
-  static_cast<CHostDataSourceManager*>(dataSources_.get())->Clear();
-  static_cast<CHostConfigProxy*>(proxy_.get())->Clear();
+  DataSources()->Clear();
+  Proxy()->Clear();
+  AppConfig()->Clear();
 }
 
 void HostServices::ServeExecutor(const std::u16string& name) {
@@ -45,6 +50,7 @@ void HostServices::ServeExecutor(const std::u16string& name) {
 }
 
 void HostServices::Forget(IComponent* component) {
-  static_cast<CHostDataSourceManager*>(dataSources_.get())->RemoveObserver(component);
-  static_cast<CHostConfigProxy*>(proxy_.get())->RemoveObserver(component);
+  DataSources()->RemoveObserver(component);
+  Proxy()->RemoveObserver(component);
+  AppConfig()->RemoveObserver(component);
 }

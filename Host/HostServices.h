@@ -2,32 +2,29 @@
 
 #include <ostream>
 #include <string>
-#include <string_view>
 
 #include "Common/Components/CompPtr.h"
-#include "Common/Nodes/VXNodePtr.h"
 #include "Host/HostComponents.h"
+#include "Host/HostEnvironment.h"
 #include "Host/ModuleLoader.h"
 #include "Host/NamedInstanceTable.h"
 
-// The environment's child of node type `type`, or null.
-VXNodePtr ChildOfType(const VXNodePtr& environment, std::u16string_view type);
-
 // The named components that the command-line host serves to the loaded
-// module, made from the environment file: "DataSourceManager",
-// "ConfigServer.Proxy" and "Base.AppConfigStorage" (the environment's
-// `Config` tree), "Core.RequestContextMgr" (acting for `caller`),
-// "Core.ServiceClient" (the environment's `Services`), and the executing
-// component, which prints each prepared query to `out` (the request tree in
-// the node text form with `xml`). While this object lives, its table answers
-// the module's look-ups of named instances.
+// module, made from the environment: "DataSourceManager" (its
+// `DataSources`), "ConfigServer.Proxy" and "Base.AppConfigStorage" (its
+// `Config` tree), "Core.RequestContextMgr" (acting for its caller),
+// "Core.ServiceClient" (its `Services`), and the executing component, which
+// prints each prepared query to `out` (the request tree in the node text form
+// with `xml`). While this object lives, its table answers the module's
+// look-ups of named instances. The environment's `Permissions` wait in
+// Permissions() for "Security.PermissionsChecker".
 //
 // Made, used and destroyed on the host's thread; the components themselves
 // may be called from any.
 class HostServices {
  public:
-  HostServices(const ModuleLoader& module, const VXNodePtr& environment, const VXNodePtr& caller,
-               std::ostream& out, bool xml);
+  HostServices(const ModuleLoader& module, const HostEnvironment& environment, std::ostream& out,
+               bool xml);
   // Uninstalls the table and lets go of every observer the components hold.
   ~HostServices();
   HostServices(const HostServices&) = delete;
@@ -40,10 +37,20 @@ class HostServices {
   // registrations as an observer.
   void Forget(IComponent* component);
 
+  const HostPermissions& Permissions() const { return *permissions_; }
+
  private:
+  CHostConfigProxy* Proxy() const { return static_cast<CHostConfigProxy*>(proxy_.get()); }
+  CHostConfigProxy* AppConfig() const { return static_cast<CHostConfigProxy*>(appConfig_.get()); }
+  CHostDataSourceManager* DataSources() const {
+    return static_cast<CHostDataSourceManager*>(dataSources_.get());
+  }
+
   const ModuleLoader& module_;
   NamedInstanceTable names_;
   CompPtr<IDataSourceManager> dataSources_;
   CompPtr<IConfigSubscriptions> proxy_;
+  CompPtr<IConfigSubscriptions> appConfig_;
   CompPtr<IQueryProcessor> printer_;
+  std::shared_ptr<const HostPermissions> permissions_;
 };

@@ -9,6 +9,7 @@
 #include "Common/Nodes/NodeTextReader.h"
 #include "Common/Text.h"
 #include "Host/CatalogWatch.h"
+#include "Host/HostEnvironment.h"
 #include "Host/HostServices.h"
 #include "Host/LibraryDiagnostics.h"
 #include "Host/ModuleLoader.h"
@@ -54,25 +55,14 @@ bool ReadNodes(const std::string& path, std::vector<VXNodePtr>& nodes, std::ostr
   }
 }
 
-// The token named `as` among the environment's tokens; none when `as` is empty.
-VXNodePtr Caller(const VXNodePtr& environment, const std::string& as) {
-  if (as.empty()) return VXNodePtr();
-  const VXNodePtr tokens = ChildOfType(environment, u"Tokens");
-  const VXNodePtr token = tokens ? tokens.GetChild(ToUtf16(as)) : VXNodePtr();
-  if (!token)
-    ThrowError(E_INVALIDARG, u": no token '" + ToUtf16(as) + u"' among the environment's Tokens");
-  return token;
-}
-
 // One host: the library loaded, the host's named components, the preparer in
 // use. The members go in the reverse order: the preparer first, the module
 // last.
 class Host {
  public:
-  Host(const PrepareOptions& options, const VXNodePtr& environment, const VXNodePtr& caller,
-       std::ostream& out)
+  Host(const PrepareOptions& options, const HostEnvironment& environment, std::ostream& out)
       : diagnostics_(module_.ModuleObject()),
-        services_(module_, environment, caller, out, options.xml),
+        services_(module_, environment, out, options.xml),
         preparers_(module_.ModuleObject(), diagnostics_,
                    [this](IComponent* retired) { services_.Forget(retired); }) {
     if (options.maxSeverity) diagnostics_.SetMaxSeverity(*options.maxSeverity);
@@ -134,16 +124,16 @@ int Run(const PrepareOptions& options, std::ostream& out, std::ostream& err) {
   std::vector<VXNodePtr> environment;
   if (!options.environment.empty() && !ReadNodes(options.environment, environment, err)) return 1;
   const VXNodePtr environmentNode = environment.empty() ? VXNodePtr() : environment.front();
-  VXNodePtr caller;
+  std::optional<HostEnvironment> served;
   try {
-    caller = Caller(environmentNode, options.as);
+    served.emplace(environmentNode, ToUtf16(options.as));
   } catch (const HRX& failure) {
     PrintHostFailure(err, options.environment.empty() ? std::string("--as") : options.environment,
                      failure);
     return 1;
   }
   try {
-    Host host(options, environmentNode, caller, out);
+    Host host(options, *served, out);
     if (!host.Load(catalog.front(), options.catalog, err)) return 1;
     bool ok = true;
     for (const auto& path : options.requests) {

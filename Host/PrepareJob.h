@@ -18,8 +18,11 @@
 // exit status is 1. Files that cannot be read also give 1.
 //
 // The environment file (docs/environment-file.md), when given, lists the
-// callers' tokens and the services' canned replies; `as` picks the token the
-// requests are made with.
+// callers' tokens, the services' canned replies, the data sources and the
+// permissions (HostEnvironment); `as` picks the token the requests are made
+// with. An environment that does not read, or an `as` it does not know, is
+// printed as "<environment file>: 0x%08X <text>" (or "--as: ..." without a
+// file) and gives 1 before the library is loaded.
 struct PrepareOptions {
   std::string catalog;
   std::vector<std::string> requests;

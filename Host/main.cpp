@@ -5,6 +5,7 @@
 
 #include "Common/Logger.h"
 #include "Common/StderrLogger.h"
+#include "Host/MarkJob.h"
 #include "Host/PrepareJob.h"
 #include "Host/TraceLogger.h"
 
@@ -30,6 +31,14 @@ int main(int argc, char** argv) {
   prepareCommand->add_flag("--watch", prepare.watch,
                            "Rebuild the engine when the catalogue file changes during the run");
 
+  MarkOptions mark;
+  CLI::App* markCommand = app.add_subcommand(
+      "mark", "Print one element of a Continuation_Mark list: the position reached in a database.");
+  markCommand->add_option("--db", mark.db, "The database's name, as its data source's db gives it")
+      ->required();
+  markCommand->add_option("columns", mark.columns,
+                          "COLUMN=VALUE of the last row delivered: RID and every sort column");
+
   std::string logLevel;
   bool logToStderr = false;
   app.add_option("--log-level", logLevel,
@@ -40,12 +49,19 @@ int main(int argc, char** argv) {
   app.add_flag("--trace", trace, "Show the command text after each processor, on standard error");
 
   CLI11_PARSE(app, argc, argv);
+  if (markCommand->parsed()) return RunMarkJob(mark, std::cout, std::cerr);
   // The library's log is reached through the loaded module: the job hands
-  // these on.
+  // these on. The host's own log (its stand-ins' calls) takes them here.
   Severity severity = Severity::NONE;
-  if (!logLevel.empty() && ParseSeverity(ToUtf16(logLevel), severity))
+  if (!logLevel.empty() && ParseSeverity(ToUtf16(logLevel), severity)) {
     prepare.maxSeverity = severity;
-  if (logToStderr) prepare.loggers.push_back(new StderrLogger);  // lives as long as the process
+    SetMaxSeverity(severity);
+  }
+  if (logToStderr) {
+    Logger* toStderr = new StderrLogger;  // lives as long as the process
+    prepare.loggers.push_back(toStderr);
+    AddLogger(toStderr);
+  }
   if (trace) {
     prepare.loggers.push_back(new TraceLogger(std::cerr));
     if (logLevel.empty() || severity < Severity::DBG) prepare.maxSeverity = Severity::DBG;

@@ -53,9 +53,10 @@ TEST_F(HostTest, RequestContextsNestPerThread) {
 }
 
 TEST_F(HostTest, ServicesAnswerFromTheirReplies) {
-  services_->SetServices(Node(R"x(<Services>
+  services_->SetServices(ServiceReplies::ReadAll(Node(R"x(<Services>
       <Service Url="net.tcp://directory"><Reply Request="SitRequest"><SitResponse Status="i32:7"/></Reply></Service>
-    </Services>)x"));
+      <Service Url="net.tcp://directory"><Reply Request="SitRequest"><SitResponse Status="i32:8"/></Reply></Service>
+    </Services>)x")));
   auto client = GetNamedInstance<IServiceClient>(u"Core.ServiceClient");
   CompPtr<IServiceProxy> proxy;
   ASSERT_EQ(
