@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <string_view>
+
 #include "Common/Components/IComponent.h"
 #include "Common/Nodes/VXNodePtr.h"
 
@@ -33,6 +36,30 @@ struct IDataSourceManager : IComponent {
   virtual HRESULT AddObserver(ITriggerObserver* observer) = 0;
 };
 
+// "DataSourceManager", a second interface of the same named instance
+// (QueryInterface): the data sources by id. The %DB_NAME% processor asks it
+// while it builds its table of databases, never while it prepares a request.
+struct IDataSources : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{77079E30-D709-4D7C-9003-C07473745842}");
+  // The node of the data source `id`: a managed object's GUID as text (the
+  // library passes format 0, "{0DD265D7-9C92-4FC0-9CBE-32D691746561}"). An
+  // id that reads as a GUID is compared as one (any text form, any case),
+  // any other id exactly.
+  //
+  // `flags`: the library always passes 1, the data source's own node with
+  // its children.
+  //
+  // Success with `*out` set: the node has `db` (string, the database's
+  // name), `DatabaseSchema` (integer: the schema version of that database)
+  // and `Enabled` (boolean), and may have children with `db` and
+  // `DatabaseSchema` of their own: further databases of the same data
+  // source. The caller owns `*out` and may keep it; the implementer gives a
+  // node (or a copy) that nobody else changes.
+  // Success with `*out` left null: no data source has that id.
+  // A failing status: the caller raises it (the table is not built).
+  virtual HRESULT GetDataSource(std::u16string_view id, VXNodePtr* out, uint32_t flags) = 0;
+};
+
 // A subscription to configuration changes, inactive until started.
 struct IConfigSubscription : IComponent {
   static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D25}");
@@ -43,8 +70,8 @@ struct IConfigSubscription : IComponent {
 struct IConfigSubscriptions : IComponent {
   static inline const GUID kIid = MakeGuid(u"{B3BE9604-1352-4DAB-B413-D37764C0CE97}");
   // `filter` is a FilterByPath node, `subscription` a SubscribeConfig node.
-  virtual HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription, IConfigObserver* observer,
-                            IConfigSubscription** out) = 0;
+  virtual HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription,
+                            IConfigObserver* observer, IConfigSubscription** out) = 0;
 };
 
 // The continuation of a configuration search.
@@ -60,7 +87,8 @@ struct IConfigNodes : IComponent {
   static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D27}");
   // Fills at most `count` nodes into `nodes`; `returned` tells how many. With
   // a `cursor`, the rest of the search can be had from FindMore.
-  virtual HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes, uint32_t count,
-                            uint32_t* returned) = 0;
-  virtual HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count, uint32_t* returned) = 0;
+  virtual HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes,
+                            uint32_t count, uint32_t* returned) = 0;
+  virtual HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count,
+                           uint32_t* returned) = 0;
 };

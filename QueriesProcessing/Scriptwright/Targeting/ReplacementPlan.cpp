@@ -1,0 +1,131 @@
+#include "QueriesProcessing/Scriptwright/Targeting/ReplacementPlan.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "Common/Text.h"
+
+namespace QueriesProcessing {
+
+namespace {
+
+// True when `value`, wherever it stands in a text, cannot be part of an
+// occurrence of `token`: such an occurrence would begin in the value, end
+// in it, or hold it whole.
+bool StaysApart(std::u16string_view value, std::u16string_view token) {
+  return !value.empty() && value.find(token.front()) == std::u16string_view::npos &&
+         value.find(token.back()) == std::u16string_view::npos &&
+         token.find(value) == std::u16string_view::npos;
+}
+
+}  // namespace
+
+ReplacementPlan::ReplacementPlan(std::u16string_view text,
+                                 std::span<const std::u16string_view> tokens)
+    : text_(text), tokens_(tokens.begin(), tokens.end()), counts_(tokens.size(), 0) {
+  const std::vector<std::vector<size_t>> occurrences = FindOccurrences();
+  for (size_t token = 0; token < tokens_.size(); ++token) Claim(token, occurrences[token]);
+  literalSize_ = text_.size();
+  for (const Slot& slot : slots_) {
+    literalSize_ -= slot.length;
+    ++counts_[slot.token];
+  }
+}
+
+// One pass over the text: every place where any token begins, overlapping
+// ones included, since which of them a replacement takes is decided later.
+std::vector<std::vector<size_t>> ReplacementPlan::FindOccurrences() const {
+  std::vector<std::vector<size_t>> occurrences(tokens_.size());
+  std::u16string firsts;
+  for (std::u16string_view token : tokens_) {
+    if (!token.empty() && firsts.find(token.front()) == std::u16string::npos)
+      firsts += token.front();
+  }
+  if (firsts.empty()) return occurrences;
+  auto next = [&](size_t from) {
+    return firsts.size() == 1 ? text_.find(firsts.front(), from)
+                              : text_.find_first_of(firsts, from);
+  };
+  for (size_t at = next(0); at != std::u16string_view::npos; at = next(at + 1)) {
+    const std::u16string_view rest = text_.substr(at);
+    for (size_t token = 0; token < tokens_.size(); ++token) {
+      if (!tokens_[token].empty() && rest.starts_with(tokens_[token])) {
+        occurrences[token].push_back(at);
+      }
+    }
+  }
+  return occurrences;
+}
+
+// What ReplaceAll of this token takes after the earlier tokens: the leftmost
+// occurrence, then the next one behind it, skipping occurrences that overlap
+// text an earlier token has already taken (that text is a value by then,
+// which by the plan's premise matches nothing).
+void ReplacementPlan::Claim(size_t token, const std::vector<size_t>& occurrences) {
+  const size_t length = tokens_[token].size();
+  std::vector<Slot> taken;
+  size_t searchFrom = 0;
+  size_t earlier = 0;
+  for (size_t at : occurrences) {
+    if (at < searchFrom) continue;
+    while (earlier < slots_.size() && slots_[earlier].position + slots_[earlier].length <= at) {
+      ++earlier;
+    }
+    if (earlier < slots_.size() && slots_[earlier].position < at + length) continue;
+    taken.push_back({at, length, token});
+    searchFrom = at + length;
+  }
+  if (taken.empty()) return;
+  std::vector<Slot> merged;
+  merged.reserve(slots_.size() + taken.size());
+  std::merge(slots_.begin(), slots_.end(), taken.begin(), taken.end(), std::back_inserter(merged),
+             [](const Slot& a, const Slot& b) { return a.position < b.position; });
+  slots_.swap(merged);
+}
+
+bool ReplacementPlan::Admits(std::span<const std::u16string_view> values) const {
+  for (size_t token = 0; token < tokens_.size(); ++token) {
+    if (counts_[token] == 0) continue;
+    for (size_t later = token + 1; later < tokens_.size(); ++later) {
+      if (!tokens_[later].empty() && !StaysApart(values[token], tokens_[later])) return false;
+    }
+  }
+  return true;
+}
+
+size_t ReplacementPlan::PlannedSize(std::span<const std::u16string_view> values) const {
+  size_t size = literalSize_;
+  for (size_t token = 0; token < tokens_.size(); ++token)
+    size += counts_[token] * values[token].size();
+  return size;
+}
+
+void ReplacementPlan::AppendPlanned(std::u16string& out,
+                                    std::span<const std::u16string_view> values) const {
+  size_t from = 0;
+  for (const Slot& slot : slots_) {
+    out.append(text_.substr(from, slot.position - from));
+    out.append(values[slot.token]);
+    from = slot.position + slot.length;
+  }
+  out.append(text_.substr(from));
+}
+
+void ReplacementPlan::AppendInOrder(std::u16string& out,
+                                    std::span<const std::u16string_view> values) const {
+  std::u16string copy(text_);
+  for (size_t token = 0; token < tokens_.size(); ++token)
+    ReplaceAll(copy, tokens_[token], values[token]);
+  out.append(copy);
+}
+
+void ReplacementPlan::Append(std::u16string& out,
+                             std::span<const std::u16string_view> values) const {
+  if (Admits(values)) {
+    AppendPlanned(out, values);
+  } else {
+    AppendInOrder(out, values);
+  }
+}
+
+}  // namespace QueriesProcessing
