@@ -70,8 +70,8 @@ struct IConfigSubscription : IComponent {
 struct IConfigSubscriptions : IComponent {
   static inline const GUID kIid = MakeGuid(u"{B3BE9604-1352-4DAB-B413-D37764C0CE97}");
   // `filter` is a FilterByPath node, `subscription` a SubscribeConfig node.
-  virtual HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription,
-                            IConfigObserver* observer, IConfigSubscription** out) = 0;
+  virtual HRESULT Subscribe(const VXNodePtr& filter, const VXNodePtr& subscription, IConfigObserver* observer,
+                            IConfigSubscription** out) = 0;
 };
 
 // The continuation of a configuration search.
@@ -87,8 +87,7 @@ struct IConfigNodes : IComponent {
   static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D27}");
   // Fills at most `count` nodes into `nodes`; `returned` tells how many. With
   // a `cursor`, the rest of the search can be had from FindMore.
-  virtual HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes,
-                            uint32_t count, uint32_t* returned) = 0;
-  virtual HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count,
-                           uint32_t* returned) = 0;
+  virtual HRESULT FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes, uint32_t count,
+                            uint32_t* returned) = 0;
+  virtual HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count, uint32_t* returned) = 0;
 };
