@@ -10,61 +10,14 @@
 #include "Common/ServiceLayer/ServiceInterfaces.h"
 #include "Common/SubsystemHelpers/DBHealth.h"
 #include "Common/Text.h"
+#include "FakeDatabaseGate.h"
 
 namespace {
 
 VXNodePtr Node(const std::string& text) { return ReadNodeText("<nr>" + text + "</nr>", "test")[0]; }
 
-// "Core.RequestContextMgr": one thread's contexts, with every exchange kept.
-class FakeContexts : public CComponentBase, public IRequestContextMgr {
- public:
-  using Interfaces = std::tuple<IRequestContextMgr>;
-  HRESULT ExchangeContext(int32_t kind, const VXNodePtr& context, VXNodePtr* previous) override {
-    exchanges.push_back({kind, context});
-    *previous = current;
-    current = context;
-    return S_OK;
-  }
-  HRESULT GetContext(int32_t, const VXNodePtr&, VXNodePtr* context) override {
-    *context = current;
-    return S_OK;
-  }
-
-  struct Exchange {
-    int32_t kind;
-    VXNodePtr context;
-  };
-  VXNodePtr current;
-  std::vector<Exchange> exchanges;
-};
-
-// "Core.ServiceClient" and the gate's proxy in one object.
-class FakeGate : public CComponentBase, public IServiceClient, public IServiceProxy {
- public:
-  using Interfaces = std::tuple<IServiceClient, IServiceProxy>;
-  HRESULT OpenService(const char16_t* url, uint32_t flags, const GUID& iid, void** proxy) override {
-    urls.emplace_back(url);
-    openFlags = flags;
-    if (Failed(openStatus)) return openStatus;
-    return static_cast<IServiceClient*>(this)->QueryInterface(iid, proxy);
-  }
-  HRESULT Call(const VXNodePtr& request, VXNodePtr* out) override {
-    requests.push_back(request.Clone());
-    contextsAtCall.push_back(contexts ? contexts->current : VXNodePtr());
-    if (Failed(callStatus)) return callStatus;
-    *out = response;
-    return S_OK;
-  }
-
-  FakeContexts* contexts = nullptr;
-  HRESULT openStatus = S_OK;
-  HRESULT callStatus = S_OK;
-  VXNodePtr response;
-  std::vector<std::u16string> urls;
-  uint32_t openFlags = 99;
-  std::vector<VXNodePtr> requests;
-  std::vector<VXNodePtr> contextsAtCall;
-};
+using Testing::FakeContexts;
+using Testing::FakeGate;
 
 FakeContexts* gContexts = nullptr;
 FakeGate* gGate = nullptr;
@@ -100,18 +53,11 @@ class Capture : public Logger {
   std::u16string text_;
 };
 
-template <typename T, typename I>
-T* Make() {
-  I* made = nullptr;
-  Check(CComponentObject<T>::Create(I::kIid, reinterpret_cast<void**>(&made)));
-  return static_cast<T*>(made);
-}
-
 class DBHealthTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    gContexts = Make<FakeContexts, IRequestContextMgr>();
-    gGate = Make<FakeGate, IServiceClient>();
+    gContexts = FakeContexts::Make();
+    gGate = FakeGate::Make();
     gGate->contexts = gContexts;
     gContexts->current = caller_;
     ScriptwrightSetNamedInstanceProvider(&Provide);
