@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "Common/SubsystemHelpers/DBHealth.h"
@@ -39,13 +40,14 @@ struct TargetView {
 //      entry's ProductIds join the pair's set. The first entry of a pair
 //      stays: "Audit" and "AUDIT" are one database, written as the first.
 //
-// Targets(): DbKey -> ViewName -> TargetView, in hash map order. Entries
-// are held by reference: the ProductViews they come from must outlive the
-// collector. One collector belongs to one call; no lock.
+// GetTargets(): DbKey -> ViewName -> TargetView, in hash map order. Entries,
+// and the names that key them, are held by reference: the ProductViews they
+// come from must outlive the collector. One collector belongs to one call;
+// no lock.
 class DbTargetCollector {
  public:
-  using Views = std::unordered_map<std::u16string, TargetView>;
-  using Targets = std::unordered_map<std::u16string, Views>;
+  using Views = std::unordered_map<std::u16string_view, TargetView>;
+  using Targets = std::unordered_map<std::u16string_view, Views>;
 
   DbTargetCollector(std::u16string explicitView, int32_t schema);
 

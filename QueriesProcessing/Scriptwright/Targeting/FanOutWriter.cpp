@@ -45,41 +45,45 @@ std::u16string FanOutWriter::Write(const DbTargetCollector::Targets& targets,
                                    const std::shared_ptr<const CContinuationMark>& mark) const {
   std::vector<Database> databases;
   std::vector<Pair> pairs;
-  CollectPairs(targets, databases, pairs);
+  ProductConditions conditions;
+  CollectPairs(targets, databases, pairs, conditions);
   std::u16string out;
   if (pairs.empty()) return out;
-  auto worked = [&](const Database& database) {
-    std::u16string text(templateText);
-    Check(markProcessor.ProcessNode(request, *database.dbKey, text, mark));
-    return text;
+  std::u16string text;
+  auto work = [&](const Database& database) {
+    text.assign(templateText);
+    Check(markProcessor.ProcessNode(request, database.dbKey, text, mark));
   };
-  Digests digests;
+  LastDigest digest;
   if (!markVariesByDatabase) {
-    const std::u16string text = worked(databases.front());
+    work(databases.front());
     const ReplacementPlan plan(text, tokens_);
     out.reserve(PlannedSize(plan, pairs));
-    for (const Pair& pair : pairs) AppendPair(out, plan, pair, digests);
+    for (const Pair& pair : pairs) AppendPair(out, plan, pair, digest);
     return out;
   }
   for (const Database& database : databases) {
-    const std::u16string text = worked(database);
+    work(database);
     const ReplacementPlan plan(text, tokens_);
     // The first database's text stands for all: marks differ little in length.
     if (&database == &databases.front()) out.reserve(PlannedSize(plan, pairs));
     for (size_t i = database.firstPair; i < database.firstPair + database.pairCount; ++i) {
-      AppendPair(out, plan, pairs[i], digests);
+      AppendPair(out, plan, pairs[i], digest);
     }
   }
   return out;
 }
 
 void FanOutWriter::CollectPairs(const DbTargetCollector::Targets& targets,
-                                std::vector<Database>& databases, std::vector<Pair>& pairs) const {
+                                std::vector<Database>& databases, std::vector<Pair>& pairs,
+                                ProductConditions& conditions) const {
   databases.reserve(targets.size());
   for (const auto& [dbKey, views] : targets) {
-    Database database{&dbKey, pairs.size(), 0};
+    Database database{dbKey, pairs.size(), 0};
     for (const auto& [viewName, view] : views) {
-      pairs.push_back({view.Entry, ProductCondition(view.ProductIds)});
+      auto [condition, added] = conditions.try_emplace(view.ProductIds);
+      if (added) condition->second = ProductCondition(view.ProductIds);
+      pairs.push_back({view.Entry, &condition->second});
       ++database.pairCount;
       if (oncePerDb_) break;
     }
@@ -93,23 +97,26 @@ size_t FanOutWriter::PlannedSize(const ReplacementPlan& plan,
   size_t size = 0;
   for (const Pair& pair : pairs) {
     const std::u16string_view values[] = {
-        pair.entry->DbName, pair.entry->SchemaName, pair.entry->ViewName, pair.product, {}};
+        pair.entry->DbName, pair.entry->SchemaName, pair.entry->ViewName, *pair.product, {}};
     size += plan.PlannedSize(values) + plan.Count(kDbHash) * kDigestLength + separator_.size();
   }
   return size;
 }
 
 void FanOutWriter::AppendPair(std::u16string& out, const ReplacementPlan& plan, const Pair& pair,
-                              Digests& digests) const {
+                              LastDigest& digest) const {
   std::u16string_view values[] = {
-      pair.entry->DbName, pair.entry->SchemaName, pair.entry->ViewName, pair.product, {}};
+      pair.entry->DbName, pair.entry->SchemaName, pair.entry->ViewName, *pair.product, {}};
   // The digest is the last value, so the plan's test does not read it; it is
-  // made only when the text takes it.
+  // made only when the text takes it. The pairs of a database come one after
+  // the other and mostly share its name.
   const bool planned = plan.Admits(values);
   if (!planned || plan.Count(kDbHash) > 0) {
-    auto [digest, added] = digests.try_emplace(pair.entry->DbName);
-    if (added) digest->second = digest_.MakeDigestText(pair.entry->DbName);
-    values[kDbHash] = digest->second;
+    if (digest.name != pair.entry->DbName || digest.text.empty()) {
+      digest.name = pair.entry->DbName;
+      digest.text = digest_.MakeDigestText(pair.entry->DbName);
+    }
+    values[kDbHash] = digest.text;
   }
   if (!out.empty()) out.append(separator_);
   if (planned) {

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "Common/Helpers/DigestMaker.h"
@@ -71,21 +71,27 @@ class FanOutWriter {
   // One (database, view) pair and the values it puts in.
   struct Pair {
     const ViewEntry* entry;
-    std::u16string product;
+    const std::u16string* product;
   };
   // The pairs of one database, which share its worked template.
   struct Database {
-    const std::u16string* dbKey;
+    std::u16string_view dbKey;
     size_t firstPair;
     size_t pairCount;
   };
-  using Digests = std::unordered_map<std::u16string_view, std::u16string>;
+  // The digest of the name last written.
+  struct LastDigest {
+    std::u16string_view name;
+    std::u16string text;
+  };
+  // Pairs mostly share their products: one condition text per set.
+  using ProductConditions = std::map<std::set<int32_t>, std::u16string>;
 
   void CollectPairs(const DbTargetCollector::Targets& targets, std::vector<Database>& databases,
-                    std::vector<Pair>& pairs) const;
+                    std::vector<Pair>& pairs, ProductConditions& conditions) const;
   size_t PlannedSize(const ReplacementPlan& plan, const std::vector<Pair>& pairs) const;
   void AppendPair(std::u16string& out, const ReplacementPlan& plan, const Pair& pair,
-                  Digests& digests) const;
+                  LastDigest& digest) const;
 
   Tokens tokens_;
   std::u16string_view separator_;

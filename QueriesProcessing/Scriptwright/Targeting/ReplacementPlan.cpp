@@ -1,6 +1,8 @@
 #include "QueriesProcessing/Scriptwright/Targeting/ReplacementPlan.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 #include <iterator>
 
 #include "Common/Text.h"
@@ -9,6 +11,8 @@ namespace QueriesProcessing {
 
 namespace {
 
+static_assert(std::endian::native == std::endian::little, "FindUnit reads UTF-16 units as bytes");
+
 // True when `value`, wherever it stands in a text, cannot be part of an
 // occurrence of `token`: such an occurrence would begin in the value, end
 // in it, or hold it whole.
@@ -16,6 +20,22 @@ bool StaysApart(std::u16string_view value, std::u16string_view token) {
   return !value.empty() && value.find(token.front()) == std::u16string_view::npos &&
          value.find(token.back()) == std::u16string_view::npos &&
          token.find(value) == std::u16string_view::npos;
+}
+
+// The first `unit` at or behind `from`. Candidates are found by memchr on the
+// unit's low byte, much faster than a loop over units on a long text; a hit
+// at an odd offset is the high byte of some unit and is passed over.
+size_t FindUnit(std::u16string_view text, char16_t unit, size_t from) {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+  const size_t end = text.size() * 2;
+  for (size_t at = from * 2; at < end;) {
+    const void* hit = std::memchr(bytes + at, unit & 0xFF, end - at);
+    if (!hit) break;
+    const size_t offset = static_cast<size_t>(static_cast<const unsigned char*>(hit) - bytes);
+    at = offset + 1;
+    if (offset % 2 == 0 && text[offset / 2] == unit) return offset / 2;
+  }
+  return std::u16string_view::npos;
 }
 
 }  // namespace
@@ -43,13 +63,14 @@ std::vector<std::vector<size_t>> ReplacementPlan::FindOccurrences() const {
   }
   if (firsts.empty()) return occurrences;
   auto next = [&](size_t from) {
-    return firsts.size() == 1 ? text_.find(firsts.front(), from)
+    return firsts.size() == 1 ? FindUnit(text_, firsts.front(), from)
                               : text_.find_first_of(firsts, from);
   };
   for (size_t at = next(0); at != std::u16string_view::npos; at = next(at + 1)) {
-    const std::u16string_view rest = text_.substr(at);
     for (size_t token = 0; token < tokens_.size(); ++token) {
-      if (!tokens_[token].empty() && rest.starts_with(tokens_[token])) {
+      const std::u16string_view wanted = tokens_[token];
+      if (!wanted.empty() && text_.size() - at >= wanted.size() &&
+          std::memcmp(text_.data() + at, wanted.data(), wanted.size() * sizeof(char16_t)) == 0) {
         occurrences[token].push_back(at);
       }
     }

@@ -123,7 +123,7 @@ TEST_F(DbTargetCollectorTest, OffersViewsOfTheRequestedSchemaAndName) {
     DbTargetCollector collector(c.explicitView, c.schema);
     collector.OfferViews(product);
     std::vector<std::u16string> databases;
-    for (const auto& [key, pairs] : collector.GetTargets()) databases.push_back(key);
+    for (const auto& [key, pairs] : collector.GetTargets()) databases.emplace_back(key);
     EXPECT_EQ(databases, c.databases);
   }
   EXPECT_EQ(views.Find(4), nullptr);

@@ -2,15 +2,10 @@
 
 namespace QueriesProcessing::Testing {
 
-namespace {
-
-bool SameId(std::u16string_view a, std::u16string_view b) {
-  const std::optional<GUID> first = ParseGuid(a);
-  const std::optional<GUID> second = ParseGuid(b);
-  return first && second ? *first == *second : a == b;
+std::u16string FakeDataSources::Key(std::u16string_view id) {
+  const std::optional<GUID> guid = ParseGuid(id);
+  return guid ? FormatGuid(*guid, 0) : std::u16string(id);
 }
-
-}  // namespace
 
 FakeDataSources* FakeDataSources::Make() {
   IDataSources* made = nullptr;
@@ -21,14 +16,9 @@ FakeDataSources* FakeDataSources::Make() {
 
 HRESULT FakeDataSources::GetDataSource(std::u16string_view id, VXNodePtr* out, uint32_t flags) {
   calls.push_back({std::u16string(id), flags});
-  for (const auto& [failing, status] : failures) {
-    if (SameId(failing, id)) return status;
-  }
-  for (const auto& [known, node] : nodes) {
-    if (!SameId(known, id)) continue;
-    *out = node.Clone();
-    return S_OK;
-  }
+  const std::u16string key = Key(id);
+  if (const auto failure = failures.find(key); failure != failures.end()) return failure->second;
+  if (const auto node = nodes.find(key); node != nodes.end()) *out = node->second.Clone();
   return S_OK;
 }
 

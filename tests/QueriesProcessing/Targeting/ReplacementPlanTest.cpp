@@ -82,6 +82,12 @@ TEST(ReplacementPlanTest, GivesWhatTheReplacementsInARowGive) {
       {"adjacent tokens", u"%A%%B%", {u"%A%", u"%B%"}, {u"a", u"b"}, u"ab", true},
       {"no token in the text", u"plain", {u"%A%", u"%B%"}, {u"%B%", u""}, u"plain", true},
       {"an empty text", u"", {u"%A%"}, {u"a"}, u"", true},
+      {"units that share a byte with the token's first",
+       u"\u2525%A%\u0125%A%\u2500",
+       {u"%A%"},
+       {u"a"},
+       u"\u2525a\u0125a\u2500",
+       true},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
