@@ -232,29 +232,6 @@ TEST_F(DBNameProcessorTest, ExplicitAndAdditionalViews) {
   }
 }
 
-TEST_F(DBNameProcessorTest, HealthDecidesWhichDatabasesStay) {
-  const char* databases[] = {"Up", "Down", "DownMandatory", "UpOptional", "Unknown", "Case"};
-  for (int n = 0; n < 6; ++n) world_.AddSource(kT3, Mo(n + 1), Ds(databases[n]));
-  world_.SetHealth({{"Up", true, true},
-                    {"Down", false, false},
-                    {"DownMandatory", false, true},
-                    {"UpOptional", true, false},
-                    {"case", false, false}});  // names are exact: "Case" is unknown
-  ASSERT_EQ(
-      world_.Initialize(processor_, ProcessorConfig(Mapping(MapType(kT3, 3)) + Views(kT3, "V"))),
-      S_OK);
-  const std::u16string template_ = u"[%DB_NAME%]";
-  const Outcome outcome = Prepare(Request(), R"(<_ DbNameSeparator=","/>)", template_);
-  ASSERT_EQ(outcome.status, S_OK);
-  EXPECT_EQ(Branches(outcome.text, u","),
-            Sorted({u"[Up]", u"[DownMandatory]", u"[UpOptional]", u"[Unknown]", u"[Case]"}));
-
-  // An explicit request is held to the same test.
-  const Outcome explicitly =
-      Prepare(Request(), R"(<_ DbNameSeparator="," ExplicitView="V"/>)", template_);
-  EXPECT_EQ(Branches(explicitly.text, u","), Branches(outcome.text, u","));
-}
-
 TEST_F(DBNameProcessorTest, DatabasesDifferingInCaseAreOneAndTheFirstNameIsWritten) {
   world_.AddSource(kT3, Mo(1), Ds("Audit"));
   world_.AddSource(kT7, Mo(2), Ds("AUDIT"));

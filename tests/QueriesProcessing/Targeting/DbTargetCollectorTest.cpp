@@ -53,11 +53,13 @@ class DbTargetCollectorTest : public ::testing::Test {
 };
 
 TEST_F(DbTargetCollectorTest, HealthAndExplicitnessDecide) {
-  // Each database's health as the gate reports it; "Unknown" is not reported.
+  // Each database's health as the gate reports it; "Unknown" is not
+  // reported, and neither is "Case": names are exact.
   world_.SetHealth({{"UpMandatory", true, true},
                     {"Up", true, false},
                     {"DownMandatory", false, true},
-                    {"Down", false, false}});
+                    {"Down", false, false},
+                    {"case", false, false}});
   struct Case {
     const char* db;
     bool explicitOnly;
@@ -70,6 +72,7 @@ TEST_F(DbTargetCollectorTest, HealthAndExplicitnessDecide) {
       {"DownMandatory", false, false, true},
       {"Down", false, false, false},
       {"Unknown", false, false, true},
+      {"Case", false, false, true},
       {"Up", true, false, false},
       {"Up", true, true, true},
       {"Down", true, true, false},
