@@ -41,6 +41,7 @@ HRESULT CDBNameProcessor::Initialize(const VXNodePtr& config) {
     config.ForEachChild([&](const VXNodePtr& child) {
       if (child.GetType() == u"DataSource") ReadDataSource(child, mapping, *dataSources.get());
     });
+    ready_ = true;
   });
 }
 
@@ -106,6 +107,7 @@ HRESULT CDBNameProcessor::ProcessNode(VXNodePtr& request, const VXNodePtr& varia
                                       std::u16string& text) {
   VX_LOG_SCOPE(Severity::DBG, "CDBNameProcessor::ProcessNode");
   return OperationFrame("CDBNameProcessor::ProcessNode", [&] {
+    if (!ready_) ThrowError(E_INVALID_STATE, u": %DB_NAME% has not been initialised");
     const std::u16string templateName = request.GetString(u"Query_Template_Name");
     const IContinuationMarkProcessor& markProcessor = *markProcessors_->Choose(templateName);
     const auto mark = std::make_shared<const CContinuationMark>(request);

@@ -74,7 +74,8 @@ namespace QueriesProcessing {
 //      "ProductID:<id>" (a product the table lacks is passed over). A
 //      suppressed product is never offered, listed or not.
 //   4. FanOutWriter writes the pairs into `text`. No pair: `text` becomes "".
-// On a failure `text` is left as it was.
+// On a failure `text` is left as it was. Before a successful Initialize,
+// ProcessNode fails with 0x8007139F.
 //
 // Example, template T, separator S, databases A (product 1, view U) and B
 // (view V for products 3 and 7, view W for 9): T with A and U and
@@ -110,6 +111,7 @@ class CDBNameProcessor : public IVariableProcessor {
   ProductViews productViews_;
   std::shared_ptr<CMOHistory> moHistory_;
   std::shared_ptr<ContinuationMarkProcessors> markProcessors_;
+  bool ready_ = false;
 };
 
 }  // namespace QueriesProcessing

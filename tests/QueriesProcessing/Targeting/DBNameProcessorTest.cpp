@@ -9,6 +9,7 @@
 #include "Common/Text.h"
 #include "DbNameWorld.h"
 #include "QueriesProcessing/Common/MarkElementWriter.h"
+#include "QueriesProcessing/Scriptwright/Core/ScriptwrightImpl.h"
 #include "QueriesProcessing/Scriptwright/Targeting/DBNameProcessor.h"
 #include "tests/Common/LogCapture.h"
 
@@ -136,6 +137,26 @@ TEST_F(DBNameProcessorTest, WorkedExampleGivesOneBranchPerDatabaseAndView) {
                     Branch(u"B", u"V", u"[ProductID] = 3 OR [ProductID] = 7", kHashB),
                     Branch(u"B", u"W", u"[ProductID] = 9", kHashB)}));
   EXPECT_EQ(world_.gate->requests.size(), 1u);
+}
+
+TEST_F(DBNameProcessorTest, ServesTheTokenInACatalogue) {
+  AddExampleSources(world_);
+  ASSERT_EQ(world_.Initialize(processor_, ExampleConfig()), S_OK);  // serves the history
+  const std::string catalog =
+      R"(<_ complex_condition_names='str[]:["Who"]'>)" + ExampleConfig() +
+      R"(<_ _name="%TOP%" top="100" variable="%TOP%"/>)"
+      R"(<query_template _name="search" db_schema="i32:1">)"
+      R"(<sql_command _name="main" command="SELECT TOP %TOP% * FROM [%DB_NAME%].[%VIEW_NAME%]">)"
+      R"(<_ _name="variable_processors">)"
+      R"(<variable_processor processor_alias="%DB_NAME%" DbNameSeparator=";"/>)"
+      R"(<variable_processor processor_alias="%TOP%"/></_></sql_command></query_template></_>)";
+  CScriptwrightImpl engine;
+  ASSERT_EQ(engine.Initialize(Node(catalog)), S_OK);
+  VXNodePtr request = Node(R"(<Query Query_Template_Name="search"/>)");
+  ASSERT_EQ(engine.Prepare(request), S_OK);
+  const std::u16string banner = u"\n/***\nmain\n***/\nSELECT TOP 100 * FROM ";
+  EXPECT_EQ(Branches(request.GetChild(u"Command", true).GetString(u"SQL_Command"), u";"),
+            Sorted({banner + u"[A].[V]", banner + u"[B].[V]", banner + u"[B].[W]"}));
 }
 
 TEST_F(DBNameProcessorTest, RequestedAndSuppressedProducts) {
@@ -440,6 +461,8 @@ TEST_F(DBNameProcessorTest, InitializeFailsWithoutItsServices) {
   world_.server->byPath.clear();  // no history
   CDBNameProcessor withoutHistory;
   EXPECT_EQ(withoutHistory.Initialize(Node(config)), E_NOTFOUND);
+  // Such a processor is never used; if it were, it would say so.
+  EXPECT_EQ(Prepare(Request()).status, E_INVALID_STATE);
 }
 
 TEST_F(DBNameProcessorTest, ProcessNodeFailuresLeaveTheTextAlone) {
