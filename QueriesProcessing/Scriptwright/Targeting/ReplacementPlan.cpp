@@ -13,15 +13,6 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "FindUnit reads UTF-16 units as bytes");
 
-// True when `value`, wherever it stands in a text, cannot be part of an
-// occurrence of `token`: such an occurrence would begin in the value, end
-// in it, or hold it whole.
-bool StaysApart(std::u16string_view value, std::u16string_view token) {
-  return !value.empty() && value.find(token.front()) == std::u16string_view::npos &&
-         value.find(token.back()) == std::u16string_view::npos &&
-         token.find(value) == std::u16string_view::npos;
-}
-
 // The first `unit` at or behind `from`. Candidates are found by memchr on the
 // unit's low byte, much faster than a loop over units on a long text; a hit
 // at an odd offset is the high byte of some unit and is passed over.
@@ -42,13 +33,29 @@ size_t FindUnit(std::u16string_view text, char16_t unit, size_t from) {
 
 ReplacementPlan::ReplacementPlan(std::u16string_view text,
                                  std::span<const std::u16string_view> tokens)
-    : text_(text), tokens_(tokens.begin(), tokens.end()), counts_(tokens.size(), 0) {
+    : text_(text),
+      tokens_(tokens.begin(), tokens.end()),
+      counts_(tokens.size(), 0),
+      laterEnds_(tokens.size()),
+      longestLaterInside_(tokens.size(), 0) {
   const std::vector<std::vector<size_t>> occurrences = FindOccurrences();
   for (size_t token = 0; token < tokens_.size(); ++token) Claim(token, occurrences[token]);
   literalSize_ = text_.size();
   for (const Slot& slot : slots_) {
     literalSize_ -= slot.length;
     ++counts_[slot.token];
+  }
+  for (size_t token = 0; token < tokens_.size(); ++token) {
+    for (size_t later = token + 1; later < tokens_.size(); ++later) {
+      const std::u16string_view wanted = tokens_[later];
+      if (wanted.empty()) continue;
+      for (char16_t end : {wanted.front(), wanted.back()}) {
+        if (laterEnds_[token].find(end) == std::u16string::npos) laterEnds_[token] += end;
+      }
+      if (wanted.size() > 2) {
+        longestLaterInside_[token] = std::max(longestLaterInside_[token], wanted.size() - 2);
+      }
+    }
   }
 }
 
@@ -104,11 +111,20 @@ void ReplacementPlan::Claim(size_t token, const std::vector<size_t>& occurrences
   slots_.swap(merged);
 }
 
+// A value stays apart from a later token when no occurrence of the token
+// can begin in it, end in it or hold it whole: it is not empty, holds no
+// first or last unit of a later token, and is no part of one (only a value
+// shorter than the token by two can be, once it lacks both ends).
 bool ReplacementPlan::Admits(std::span<const std::u16string_view> values) const {
   for (size_t token = 0; token < tokens_.size(); ++token) {
-    if (counts_[token] == 0) continue;
+    if (counts_[token] == 0 || laterEnds_[token].empty()) continue;
+    const std::u16string_view value = values[token];
+    if (value.empty() || value.find_first_of(laterEnds_[token]) != std::u16string_view::npos) {
+      return false;
+    }
+    if (value.size() > longestLaterInside_[token]) continue;
     for (size_t later = token + 1; later < tokens_.size(); ++later) {
-      if (!tokens_[later].empty() && !StaysApart(values[token], tokens_[later])) return false;
+      if (tokens_[later].find(value) != std::u16string_view::npos) return false;
     }
   }
   return true;

@@ -71,6 +71,10 @@ class ReplacementPlan {
   std::vector<Slot> slots_;  // by position, none overlapping
   std::vector<size_t> counts_;
   size_t literalSize_ = 0;
+  // Per token: the first and last units of the tokens behind it, and the
+  // longest of their insides (a token without its two ends).
+  std::vector<std::u16string> laterEnds_;
+  std::vector<size_t> longestLaterInside_;
 };
 
 }  // namespace QueriesProcessing
