@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <string_view>
+
 #include "Common/Components/IComponent.h"
 #include "Common/Nodes/VXNodePtr.h"
 
@@ -31,6 +34,30 @@ struct ITriggerObserver : IComponent {
 struct IDataSourceManager : IComponent {
   static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D24}");
   virtual HRESULT AddObserver(ITriggerObserver* observer) = 0;
+};
+
+// "DataSourceManager", a second interface of the same named instance
+// (QueryInterface): the data sources by id. The %DB_NAME% processor asks it
+// while it builds its table of databases, never while it prepares a request.
+struct IDataSources : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{77079E30-D709-4D7C-9003-C07473745842}");
+  // The node of the data source `id`: a managed object's GUID as text (the
+  // library passes format 0, "{0DD265D7-9C92-4FC0-9CBE-32D691746561}"). An
+  // id that reads as a GUID is compared as one (any text form, any case),
+  // any other id exactly.
+  //
+  // `flags`: the library always passes 1, the data source's own node with
+  // its children.
+  //
+  // Success with `*out` set: the node has `db` (string, the database's
+  // name), `DatabaseSchema` (integer: the schema version of that database)
+  // and `Enabled` (boolean), and may have children with `db` and
+  // `DatabaseSchema` of their own: further databases of the same data
+  // source. The caller owns `*out` and may keep it; the implementer gives a
+  // node (or a copy) that nobody else changes.
+  // Success with `*out` left null: no data source has that id.
+  // A failing status: the caller raises it (the table is not built).
+  virtual HRESULT GetDataSource(std::u16string_view id, VXNodePtr* out, uint32_t flags) = 0;
 };
 
 // A subscription to configuration changes, inactive until started.

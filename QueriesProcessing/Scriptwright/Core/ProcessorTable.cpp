@@ -13,6 +13,7 @@
 #include "QueriesProcessing/Scriptwright/Shaping/GroupByProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/SortingProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/SortingRootAdjustProcessor.h"
+#include "QueriesProcessing/Scriptwright/Targeting/DBNameProcessor.h"
 #include "QueriesProcessing/Scriptwright/Values/DateAddProcessor.h"
 #include "QueriesProcessing/Scriptwright/Values/OptionalTopProcessor.h"
 #include "QueriesProcessing/Scriptwright/Values/SimpleParametersProcessor.h"
@@ -34,6 +35,7 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
   static const std::vector<ProcessorTableRow> table = {
       {u"%UID%", Make<CUIDProcessor>},
       {u"%TOP%", Make<CTopProcessor>},
+      {u"%DB_NAME%", Make<CDBNameProcessor>},
       {u"%CONDITION%", Make<CConditionsProcessor>},
       {u"%SIMPLE_PARAMETERS%", Make<CSimpleParametersProcessor>},
       {u"%ACCESS_FILTER%", Make<CAccessFilterProcessor>},

@@ -10,41 +10,14 @@
 #include "Common/ServiceLayer/ServiceInterfaces.h"
 #include "Common/SubsystemHelpers/DBHealth.h"
 #include "Common/Text.h"
-#include "tests/Common/FakeRequestContexts.h"
+#include "FakeDatabaseGate.h"
 
 namespace {
 
 VXNodePtr Node(const std::string& text) { return ReadNodeText("<nr>" + text + "</nr>", "test")[0]; }
 
 using Testing::FakeContexts;
-
-// "Core.ServiceClient" and the gate's proxy in one object.
-class FakeGate : public CComponentBase, public IServiceClient, public IServiceProxy {
- public:
-  using Interfaces = std::tuple<IServiceClient, IServiceProxy>;
-  HRESULT OpenService(const char16_t* url, uint32_t flags, const GUID& iid, void** proxy) override {
-    urls.emplace_back(url);
-    openFlags = flags;
-    if (Failed(openStatus)) return openStatus;
-    return static_cast<IServiceClient*>(this)->QueryInterface(iid, proxy);
-  }
-  HRESULT Call(const VXNodePtr& request, VXNodePtr* out) override {
-    requests.push_back(request.Clone());
-    contextsAtCall.push_back(contexts ? contexts->current : VXNodePtr());
-    if (Failed(callStatus)) return callStatus;
-    *out = response;
-    return S_OK;
-  }
-
-  FakeContexts* contexts = nullptr;
-  HRESULT openStatus = S_OK;
-  HRESULT callStatus = S_OK;
-  VXNodePtr response;
-  std::vector<std::u16string> urls;
-  uint32_t openFlags = 99;
-  std::vector<VXNodePtr> requests;
-  std::vector<VXNodePtr> contextsAtCall;
-};
+using Testing::FakeGate;
 
 FakeContexts* gContexts = nullptr;
 FakeGate* gGate = nullptr;
@@ -84,7 +57,7 @@ class DBHealthTest : public ::testing::Test {
  protected:
   void SetUp() override {
     gContexts = Testing::MakeFake<FakeContexts, IRequestContextMgr>();
-    gGate = Testing::MakeFake<FakeGate, IServiceClient>();
+    gGate = FakeGate::Make();
     gGate->contexts = gContexts;
     gContexts->current = caller_;
     ScriptwrightSetNamedInstanceProvider(&Provide);
