@@ -71,6 +71,16 @@ VXNodePtr CGroupMembershipResolver::Send(const VXNodePtr& request) const {
   return answer;
 }
 
+VXNodePtr CGroupMembershipResolver::FirstRequest(const std::u16string& groupName) const {
+  VXNodePtr request;
+  {
+    std::lock_guard guard(templateLock_);
+    request = requestTemplate_.Clone();
+  }
+  request.SetString(u"ObjectID", groupName);
+  return request;
+}
+
 ResolvedMembers CGroupMembershipResolver::ResolveGroups(const GroupNames& groupNames) const {
   VX_LOG_SCOPE(Severity::DBG, "CGroupMembershipResolver::ResolveGroups");
   ResolvedMembers all;
@@ -86,8 +96,7 @@ ResolvedMembers CGroupMembershipResolver::ResolveSingleGroup(
     const std::u16string& groupName) const {
   VX_LOG_SCOPE(Severity::DBG, "CGroupMembershipResolver::ResolveSingleGroup");
   VX_LOG(Severity::DBG, u"Resolving group " << groupName);
-  const VXNodePtr first = requestTemplate_.Clone();
-  first.SetString(u"ObjectID", groupName);
+  const VXNodePtr first = FirstRequest(groupName);
   VX_LOG(Severity::DBG, u"RequestGetGroupMembership: " << first);
   const VXNodePtr started = Send(first);
   VX_LOG(Severity::DBG, u"ResponceGetGroupMembership: " << started);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_set>
@@ -54,7 +55,8 @@ struct ResolvedMembers {
 // A missing SessionId or ResultCode, or no answer, is 0x80070490; the
 // transport's failures pass as they are.
 //
-// Read-only after construction: several threads may resolve at once. A
+// Read-only after construction: several threads may resolve at once (the
+// template is cloned under a lock, since a tree is one thread's at a time). A
 // lookup blocks its thread through all polls and sleeps; nothing cancels it.
 class CGroupMembershipResolver {
  public:
@@ -70,7 +72,10 @@ class CGroupMembershipResolver {
  private:
   VXNodePtr Send(const VXNodePtr& request) const;
 
-  VXNodePtr requestTemplate_;
+  VXNodePtr FirstRequest(const std::u16string& groupName) const;
+
+  mutable std::mutex templateLock_;
+  VXNodePtr requestTemplate_;  // guarded by templateLock_ after construction
   int32_t countTryGetData_ = 0;
   std::optional<uint64_t> membersLimit_;
   PollClock::Duration sleepTryGetData_{};
