@@ -247,3 +247,12 @@ HRESULT CHostConfigProxy::FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint
   VX_LOG(Severity::DBG, name_ << u" FindMore(" << count << u"): " << *returned << u" node(s)");
   return S_OK;
 }
+
+HRESULT CHostPermissionsChecker::CheckAccess(const VXNodePtr& token, const char16_t* permission,
+                                             AccessCheckResult* result, VXNodePtr* scope) {
+  if (!permission || !result || !scope) return E_POINTER;
+  int32_t answer = kAccessMissing;
+  const HRESULT status = permissions_ ? permissions_->CheckAccess(token, permission, &answer, scope) : S_OK;
+  *result = static_cast<AccessCheckResult>(answer);
+  return status;
+}

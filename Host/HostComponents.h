@@ -14,6 +14,7 @@
 #include "Common/Logger.h"
 #include "Common/ServiceLayer/ServiceInterfaces.h"
 #include "Host/HostDataSources.h"
+#include "Host/HostPermissions.h"
 #include "Host/ServiceReplies.h"
 
 // The named components the command-line host serves to the library, in place
@@ -26,15 +27,15 @@ bool SameObject(IComponent* a, IComponent* b);
 // the environment's `DataSources` (HostDataSources tells how). The observer
 // list is thread-safe; the data sources are set before the library is
 // configured and only read afterwards.
-class CHostDataSourceManager : public CComponentBase, public IDataSourceManager {
+class CHostDataSourceManager : public CComponentBase, public IDataSourceManager, public IDataSources {
  public:
-  using Interfaces = std::tuple<IDataSourceManager>;
+  using Interfaces = std::tuple<IDataSourceManager, IDataSources>;
   void SetDataSources(std::shared_ptr<const HostDataSources> dataSources) {
     dataSources_ = std::move(dataSources);
   }
   HRESULT AddObserver(ITriggerObserver* observer) override;
   // The library's GetDataSource(id, node, 1); no data sources set: none.
-  HRESULT GetDataSource(std::u16string_view id, VXNodePtr* node, uint32_t flags);
+  HRESULT GetDataSource(std::u16string_view id, VXNodePtr* node, uint32_t flags) override;
   // Lets go of every registration of `component`.
   void RemoveObserver(IComponent* component);
   // Observers hold the component that holds this manager: let go of them.
@@ -45,6 +46,19 @@ class CHostDataSourceManager : public CComponentBase, public IDataSourceManager 
       std::make_shared<const HostDataSources>(VXNodePtr());
   std::mutex lock_;
   std::vector<CompPtr<ITriggerObserver>> observers_;  // guarded by lock_
+};
+
+// "Security.PermissionsChecker": answers from the environment's
+// `Permissions` (HostPermissions).
+class CHostPermissionsChecker : public CComponentBase, public IPermissionsChecker {
+ public:
+  using Interfaces = std::tuple<IPermissionsChecker>;
+  void SetPermissions(std::shared_ptr<const HostPermissions> permissions) { permissions_ = std::move(permissions); }
+  HRESULT CheckAccess(const VXNodePtr& token, const char16_t* permission, AccessCheckResult* result,
+                      VXNodePtr* scope) override;
+
+ private:
+  std::shared_ptr<const HostPermissions> permissions_;
 };
 
 // "ConfigServer.Proxy" or "Base.AppConfigStorage" (one object for each,

@@ -28,10 +28,14 @@ HostServices::HostServices(const ModuleLoader& module, const HostEnvironment& en
   auto* services = MakeHostComponent<CHostServiceClient>();
   const auto servicesHeld = CompPtr<IServiceClient>::Attach(services);
   services->SetServices(environment.Services());
+  auto* checker = MakeHostComponent<CHostPermissionsChecker>();
+  const auto checkerHeld = CompPtr<IPermissionsChecker>::Attach(checker);
+  checker->SetPermissions(permissions_);
 
   names_.Add(u"Core.RequestContextMgr", contextsHeld.get());
   names_.Add(u"Core.ServiceClient", servicesHeld.get());
   names_.Add(u"DataSourceManager", dataSources_.get());
+  names_.Add(u"Security.PermissionsChecker", checkerHeld.get());
   names_.Add(u"ConfigServer.Proxy", proxy_.get());
   names_.Add(u"Base.AppConfigStorage", appConfig_.get());
   names_.Install();
