@@ -3,12 +3,14 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "Common/Guid.h"
+#include "Common/Nodes/AttributeText.h"
 #include "Common/Nodes/VxnApi.h"
 
 // The owning handle of one node. Copying duplicates the handle, destruction
@@ -19,10 +21,16 @@
 // raises 0x80070490 with a text that names it and the node. Readers with a
 // default give the default when the attribute is missing or has type 0.
 //
-// Names, node types and node values are terminated texts in the library, so
-// one that holds U+0000 raises 0x80070057 rather than being cut short; so
-// does an element of a string list (U+0000 ends an element there). A string
+// Names go to the library as views (VxnViewApi.h): looking one up copies
+// nothing and allocates nothing, and a reader looks its name up once. Names,
+// node types and node values are terminated texts in the library, so one
+// that holds U+0000 raises 0x80070057 rather than being cut short; so does an
+// element of a string list (U+0000 ends an element there). A string
 // attribute's value may hold U+0000.
+//
+// The ...View and FindString readers hand out views of what the node stores,
+// without a copy; such a view is valid while that part of the node (its
+// name, its type, its attributes) is unchanged and the node lives.
 //
 // Not thread-safe: like the tree it points into, one thread at a time.
 class VXNodePtr {
@@ -48,6 +56,9 @@ class VXNodePtr {
   std::u16string GetName() const;
   std::u16string GetType() const;
   std::u16string GetValue() const;
+  // The same as views, valid while the name or type is unchanged.
+  std::u16string_view NameView() const;
+  std::u16string_view TypeView() const;
   bool HasValue() const;
   void SetName(std::u16string_view name) const;
   void SetType(std::u16string_view type) const;
@@ -66,6 +77,13 @@ class VXNodePtr {
   // False, `out` untouched, when missing or of type 0.
   bool TryGetString(std::u16string_view name, std::u16string& out) const;
   std::u16string GetString(std::u16string_view name, std::u16string_view defaultValue) const;
+  // The same readers without a copy of a stored string (see AttributeText):
+  // FindString gives none when missing or of type 0, GetStringView raises
+  // 0x80070490 when missing, or gives `defaultValue` (the caller's text, not
+  // copied) when missing or of type 0.
+  std::optional<AttributeText> FindString(std::u16string_view name) const;
+  AttributeText GetStringView(std::u16string_view name) const;
+  AttributeText GetStringView(std::u16string_view name, std::u16string_view defaultValue) const;
   int32_t GetInt32(std::u16string_view name) const;  // required
   int32_t GetInt32(std::u16string_view name, int32_t defaultValue) const;
   uint32_t GetUInt32(std::u16string_view name) const;  // required
@@ -81,6 +99,9 @@ class VXNodePtr {
   std::vector<std::u16string> GetStringList(std::u16string_view name, bool required) const;
 
   void SetString(std::u16string_view name, std::u16string_view value) const;
+  // Sets a string attribute to `value` without copying it: the node takes the
+  // text's memory over (a finished SQL text, for one).
+  void TakeString(std::u16string_view name, std::u16string&& value) const;
   void SetInt32(std::u16string_view name, int32_t value) const;
   void SetUInt32(std::u16string_view name, uint32_t value) const;
   void SetInt64(std::u16string_view name, int64_t value) const;
@@ -91,6 +112,10 @@ class VXNodePtr {
   void SetAttribute(std::u16string_view name, uint32_t type, const void* data, uint32_t size) const;
   // The value in the library's layout, converted to `type` unless 0.
   std::vector<uint8_t> GetRaw(std::u16string_view name, uint32_t& type) const;
+  // The stored value in the library's layout, without a copy or a
+  // conversion, and its type code; none when missing. Valid while the
+  // node's attributes are unchanged.
+  std::optional<std::span<const uint8_t>> PeekRaw(std::u16string_view name, uint32_t& type) const;
 
   // The first child with that node name: null when missing and not
   // `required`; with `required`, a missing child raises 0x80070490.

@@ -32,6 +32,13 @@ VxnAttribute* VxnAttributeList::Find(std::u16string_view name) {
 
 VxnAttribute& VxnAttributeList::FindOrAdd(std::u16string_view name) {
   if (VxnAttribute* found = Find(name)) return *found;
+  return Add(name);
+}
+
+VxnAttribute& VxnAttributeList::Add(std::u16string_view name) {
+  // Most nodes get a handful of attributes: room for four spares the first
+  // growth steps.
+  if (entries_.empty()) entries_.reserve(4);
   entries_.push_back({std::u16string(name), 0, {}});
   if (index_) {
     index_->emplace(entries_.back().name, entries_.size() - 1);

@@ -21,10 +21,12 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Common/Nodes/VxnValue.h"
+
 struct VxnAttribute {
   std::u16string name;
-  uint32_t type = 0;          // VXN_EMPTY
-  std::vector<uint8_t> data;  // the value in the layout of its type code
+  uint32_t type = 0;  // VXN_EMPTY
+  VxnValue value;     // in the layout of its type code
 };
 
 class VxnAttributeList {
@@ -43,6 +45,8 @@ class VxnAttributeList {
   VxnAttribute* Find(std::u16string_view name);
   // The attribute of that name; a missing one is added last, with type 0.
   VxnAttribute& FindOrAdd(std::u16string_view name);
+  // Adds an attribute the list does not hold, last, with type 0.
+  VxnAttribute& Add(std::u16string_view name);
   // False when there is no attribute of that name.
   bool Erase(std::u16string_view name);
 
