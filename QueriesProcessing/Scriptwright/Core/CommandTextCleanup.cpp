@@ -1,5 +1,6 @@
 #include "QueriesProcessing/Scriptwright/Core/CommandTextCleanup.h"
 
+#include <cstddef>
 #include <cstdint>
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -55,6 +56,9 @@ constexpr Shuffles MakeShuffles() {
 
 constexpr Shuffles kShuffles = MakeShuffles();
 
+// Units written to the stack before they are handed to the result.
+constexpr size_t kBatch = 2048;
+
 // For one block of 16 units, bit i standing for unit i: which units to keep.
 // Every unit that is not blank stays; of a run of blanks, an odd number of
 // spaces is kept as one space at the run's last unit (tabs are turned into
@@ -87,10 +91,17 @@ __attribute__((target("ssse3,popcnt"))) char16_t* StoreKept(char16_t* out, __m12
   return out + __builtin_popcount(keep);
 }
 
-// Writes at most 8 units past the kept ones (a whole block), so `out` needs
-// that much room beyond the result.
-__attribute__((target("ssse3,popcnt"))) char16_t* CleanBlocks(const char16_t* p,
-                                                              const char16_t* end, char16_t* out) {
+// Cleans the text block by block into a batch on the stack, handed to `out`
+// whenever it fills: the result is written once, without zero-filling it
+// first, and the shuffled stores may run past the kept units.
+__attribute__((target("ssse3,popcnt"))) void CleanBlocks(std::u16string_view text,
+                                                         std::u16string& out) {
+  // Room for a full batch, plus the widest block (16 units, then 8 more of
+  // overrun) or the tail (15 units and a space).
+  char16_t batch[kBatch + 32];
+  char16_t* at = batch;
+  const char16_t* p = text.data();
+  const char16_t* const end = p + text.size();
   const __m128i space = _mm_set1_epi16(u' ');
   const __m128i tab = _mm_set1_epi16(u'\t');
   bool odd = false;
@@ -110,10 +121,15 @@ __attribute__((target("ssse3,popcnt"))) char16_t* CleanBlocks(const char16_t* p,
         _mm_or_si128(_mm_andnot_si128(lowTabs, low), _mm_and_si128(lowTabs, space));
     const __m128i highUnits =
         _mm_or_si128(_mm_andnot_si128(highTabs, high), _mm_and_si128(highTabs, space));
-    out = StoreKept(out, lowUnits, plan.keep & 0xFF);
-    out = StoreKept(out, highUnits, plan.keep >> 8);
+    at = StoreKept(at, lowUnits, plan.keep & 0xFF);
+    at = StoreKept(at, highUnits, plan.keep >> 8);
+    if (at - batch >= static_cast<ptrdiff_t>(kBatch)) {
+      out.append(batch, static_cast<size_t>(at - batch));
+      at = batch;
+    }
   }
-  return CleanUnits(p, end, out, odd);
+  at = CleanUnits(p, end, at, odd);
+  out.append(batch, static_cast<size_t>(at - batch));
 }
 
 bool HasShuffles() {
@@ -126,17 +142,19 @@ bool HasShuffles() {
 }  // namespace
 
 std::u16string CleanCommandText(std::u16string_view text) {
-  // The result is never longer than the text; the block writer may run 8
-  // units past it.
-  std::u16string out(text.size() + 8, u'\0');
-  const char16_t* begin = text.data();
-  const char16_t* end = begin + text.size();
-  char16_t* written = nullptr;
+  std::u16string out;
 #ifdef SCRIPTWRIGHT_CLEANUP_SSSE3
-  if (HasShuffles()) written = CleanBlocks(begin, end, out.data());
+  if (HasShuffles()) {
+    out.reserve(text.size());
+    CleanBlocks(text, out);
+    return out;
+  }
 #endif
-  if (!written) written = CleanUnits(begin, end, out.data(), false);
-  out.resize(static_cast<size_t>(written - out.data()));
+  // The result is never longer than the text.
+  out.resize(text.size());
+  const char16_t* begin = text.data();
+  out.resize(
+      static_cast<size_t>(CleanUnits(begin, begin + text.size(), out.data(), false) - out.data()));
   return out;
 }
 
