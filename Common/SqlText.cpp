@@ -1,8 +1,11 @@
 #include "Common/SqlText.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 #include "Common/TextBuilder.h"
+#include "Common/TextUnits.h"
 
 namespace {
 
@@ -10,16 +13,31 @@ size_t CountOf(std::u16string_view text, char16_t unit) {
   return static_cast<size_t>(std::count(text.begin(), text.end(), unit));
 }
 
-// Writes `text` with every `doubled` unit written twice, copying the
-// stretches between them in bulk.
+// Writes `text` with every `doubled` unit written twice. Four units are
+// moved at a time while none of them is to be doubled, the usual case; the
+// word that holds one, and a short tail, go unit by unit.
 char16_t* WriteDoubling(char16_t* at, std::u16string_view text, char16_t doubled) {
-  for (size_t from = 0;;) {
-    const size_t found = text.find(doubled, from);
-    if (found == std::u16string_view::npos) return WriteText(at, text.substr(from));
-    at = WriteText(at, text.substr(from, found + 1 - from));
-    *at++ = doubled;
-    from = found + 1;
+  const uint64_t pattern = 0x0001000100010001u * doubled;
+  const char16_t* from = text.data();
+  const char16_t* const end = from + text.size();
+  while (end - from >= 4) {
+    const uint64_t units = text_units::Word(from);
+    if (text_units::HasZeroUnit(units ^ pattern)) {
+      for (int i = 0; i < 4; ++i, ++from) {
+        *at++ = *from;
+        if (*from == doubled) *at++ = doubled;
+      }
+      continue;
+    }
+    std::memcpy(at, &units, sizeof units);
+    at += 4;
+    from += 4;
   }
+  for (; from != end; ++from) {
+    *at++ = *from;
+    if (*from == doubled) *at++ = doubled;
+  }
+  return at;
 }
 
 template <size_t (*Size)(std::u16string_view), char16_t* (*Write)(char16_t*, std::u16string_view)>

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -25,8 +26,48 @@ inline char16_t* GrowBy(std::u16string& text, size_t count) {
   return text.data() + size;
 }
 
-// Copies `piece` to `at` and returns the place behind it.
+// Appends a piece that `write(at)` writes, returning the place behind it,
+// and that is known to take at most `bound` units. A short piece is written
+// on the stack and appended in one copy, so it needs neither its exact size
+// nor zero-filled room; a longer one is written in place into `bound` units,
+// which are then cut to what was written.
+template <typename Write>
+void AppendBounded(std::u16string& text, size_t bound, Write&& write) {
+  constexpr size_t kOnStack = 256;
+  if (bound <= kOnStack) {
+    char16_t piece[kOnStack];
+    const char16_t* end = write(piece);
+    text.append(piece, static_cast<size_t>(end - piece));
+    return;
+  }
+  char16_t* start = GrowBy(text, bound);
+  const size_t before = static_cast<size_t>(start - text.data());
+  const char16_t* end = write(start);
+  text.resize(before + static_cast<size_t>(end - start));
+}
+
+// Copies `piece` to `at` and returns the place behind it. Pieces of up to 8
+// units, the usual ones, are moved as two overlapping words rather than by a
+// call.
 inline char16_t* WriteText(char16_t* at, std::u16string_view piece) {
-  if (!piece.empty()) std::memcpy(at, piece.data(), piece.size() * sizeof(char16_t));
-  return at + piece.size();
+  const size_t size = piece.size();
+  const char16_t* from = piece.data();
+  if (size > 8) {
+    std::memcpy(at, from, size * sizeof(char16_t));
+  } else if (size >= 4) {
+    uint64_t head, tail;
+    std::memcpy(&head, from, sizeof head);
+    std::memcpy(&tail, from + size - 4, sizeof tail);
+    std::memcpy(at, &head, sizeof head);
+    std::memcpy(at + size - 4, &tail, sizeof tail);
+  } else if (size >= 2) {
+    uint32_t head, tail;
+    std::memcpy(&head, from, sizeof head);
+    std::memcpy(&tail, from + size - 2, sizeof tail);
+    std::memcpy(at, &head, sizeof head);
+    std::memcpy(at + size - 2, &tail, sizeof tail);
+  } else if (size == 1) {
+    *at = *from;
+  }
+  return at + size;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -11,25 +12,27 @@
 //     this object;
 //   - a caller's default, as a view of the caller's text.
 // Keep the object for as long as its view is used: a view taken from a
-// temporary AttributeText may dangle.
+// temporary AttributeText may dangle. Cheap to make, move and drop when it
+// holds no converted text, which is the usual case.
 class AttributeText {
  public:
   AttributeText() = default;
   explicit AttributeText(std::u16string_view view) : view_(view) {}
-  explicit AttributeText(std::u16string owned) : owned_(std::move(owned)), isOwned_(true) {}
+  explicit AttributeText(std::u16string owned)
+      : owned_(std::make_unique<const std::u16string>(std::move(owned))), view_(*owned_) {}
 
-  std::u16string_view view() const { return isOwned_ ? std::u16string_view(owned_) : view_; }
-  operator std::u16string_view() const { return view(); }  // NOLINT: reads as the text
-  std::u16string str() const { return std::u16string(view()); }
-  bool empty() const { return view().empty(); }
-  size_t size() const { return view().size(); }
+  std::u16string_view view() const { return view_; }
+  operator std::u16string_view() const { return view_; }  // NOLINT: reads as the text
+  std::u16string str() const { return std::u16string(view_); }
+  bool empty() const { return view_.empty(); }
+  size_t size() const { return view_.size(); }
 
   friend bool operator==(const AttributeText& text, std::u16string_view other) {
-    return text.view() == other;
+    return text.view_ == other;
   }
 
  private:
+  // The converted text, on the heap so that the view into it survives a move.
+  std::unique_ptr<const std::u16string> owned_;
   std::u16string_view view_;
-  std::u16string owned_;
-  bool isOwned_ = false;
 };

@@ -5,11 +5,13 @@
 
 #include "Common/ErrorHandling.h"
 #include "Common/Nodes/StringListView.h"
+#include "Common/Nodes/VxnNode.h"
 #include "Common/Nodes/VxnViewApi.h"
+#include "Common/TextUnits.h"
 
 namespace {
 
-bool HoldsNul(std::u16string_view text) { return text.find(u'\0') != std::u16string_view::npos; }
+bool HoldsNul(std::u16string_view text) { return HasNulUnit(text); }
 
 // Every failure of a call that named something goes through here, off the
 // success path: U+0000 in the name (or text) gets its own words, since the
@@ -54,16 +56,28 @@ struct Stored {
   }
 };
 
-// False when the attribute is missing; raises on any other failure.
-bool Peek(const VXNodePtr& node, std::u16string_view name, Stored& out) {
-  const HRESULT status = VxnPeekAttributeN(node.get(), name, &out.type, &out.data);
-  if (status == S_OK) [[likely]]
-    return true;
-  if (status != E_NOTFOUND) Fail(status, name);
-  return false;
+// After a look-up that found nothing: a name holding U+0000 could never
+// have been stored, and is refused rather than reported missing. A literal
+// cannot hold one, so only other names are scanned.
+void CheckUnfoundName(NodeName name) {
+  if (!name.IsLiteral() && HoldsNul(name)) Fail(E_INVALIDARG, name);
 }
 
-Stored PeekRequired(const VXNodePtr& node, std::u16string_view name) {
+// False when the attribute is missing; raises on any other failure.
+// The look-up is VxnPeekAttributeN's, made here inline.
+bool Peek(const VXNodePtr& node, NodeName name, Stored& out) {
+  if (!node) Fail(E_INVALIDARG, name);
+  const VxnAttribute* attribute = node.get()->attributes.Find(name);
+  if (!attribute) {
+    CheckUnfoundName(name);
+    return false;
+  }
+  out.type = attribute->type;
+  out.data = attribute->value.Bytes();
+  return true;
+}
+
+Stored PeekRequired(const VXNodePtr& node, NodeName name) {
   Stored stored;
   if (!Peek(node, name, stored)) ThrowMissing(node, u"attribute", name);
   return stored;
@@ -98,13 +112,13 @@ T Scalar(const VXNodePtr& node, std::u16string_view name, const Stored& stored, 
 }
 
 template <typename T>
-T RequiredScalar(const VXNodePtr& node, std::u16string_view name, uint32_t type) {
+T RequiredScalar(const VXNodePtr& node, NodeName name, uint32_t type) {
   return Scalar<T>(node, name, PeekRequired(node, name), type);
 }
 
 // Missing or of type 0: the caller's default applies.
 template <typename T>
-T ScalarOr(const VXNodePtr& node, std::u16string_view name, uint32_t type, T defaultValue) {
+T ScalarOr(const VXNodePtr& node, NodeName name, uint32_t type, T defaultValue) {
   Stored stored;
   if (!Peek(node, name, stored) || stored.IsEmpty()) return defaultValue;
   return Scalar<T>(node, name, stored, type);
@@ -147,7 +161,7 @@ VXNodePtr::~VXNodePtr() {
   if (handle_) VxnCloseNodeHandle(handle_);
 }
 
-VXNodePtr VXNodePtr::Create(std::u16string_view type, std::u16string_view name) {
+VXNodePtr VXNodePtr::Create(NodeName type, NodeName name) {
   HVXNODE handle = nullptr;
   const HRESULT status = VxnCreateNodeN(type, name, &handle);
   if (Failed(status)) Fail(status, HoldsNul(type) ? type : name);
@@ -163,14 +177,15 @@ std::u16string_view VXNodePtr::NameView() const {
   return ViewText(VxnGetNodeNameN, handle_).value_or(u"");
 }
 std::u16string_view VXNodePtr::TypeView() const {
-  return ViewText(VxnGetNodeTypeN, handle_).value_or(u"");
+  if (!handle_) ThrowStatus(E_INVALIDARG);
+  return handle_->type ? std::u16string_view(*handle_->type) : std::u16string_view();
 }
 bool VXNodePtr::HasValue() const { return ViewText(VxnGetNodeValueN, handle_).has_value(); }
 
-void VXNodePtr::SetName(std::u16string_view name) const {
+void VXNodePtr::SetName(NodeName name) const {
   if (const HRESULT status = VxnSetNodeNameN(handle_, name); Failed(status)) Fail(status, name);
 }
-void VXNodePtr::SetType(std::u16string_view type) const {
+void VXNodePtr::SetType(NodeName type) const {
   if (const HRESULT status = VxnSetNodeTypeN(handle_, type); Failed(status)) Fail(status, type);
 }
 void VXNodePtr::SetValue(std::u16string_view value) const {
@@ -185,12 +200,12 @@ std::u16string VXNodePtr::Describe() const {
   return (type.empty() ? u"node '" : u"node " + type + u" '") + name + u"'";
 }
 
-bool VXNodePtr::HasAttribute(std::u16string_view name) const {
+bool VXNodePtr::HasAttribute(NodeName name) const {
   Stored stored;
   return Peek(*this, name, stored);
 }
 
-std::optional<uint32_t> VXNodePtr::GetAttributeType(std::u16string_view name) const {
+std::optional<uint32_t> VXNodePtr::GetAttributeType(NodeName name) const {
   Stored stored;
   if (!Peek(*this, name, stored)) return std::nullopt;
   return stored.type;
@@ -211,20 +226,20 @@ std::vector<std::u16string> VXNodePtr::AttributeNames() const {
   return names;
 }
 
-void VXNodePtr::DeleteAttribute(std::u16string_view name) const {
+void VXNodePtr::DeleteAttribute(NodeName name) const {
   const HRESULT status = VxnDeleteAttributeN(handle_, name, 0);
-  if (Failed(status) && status != E_NOTFOUND) Fail(status, name);
+  if (status == E_NOTFOUND) return CheckUnfoundName(name);
+  if (Failed(status)) Fail(status, name);
 }
 
-std::optional<std::span<const uint8_t>> VXNodePtr::PeekRaw(std::u16string_view name,
-                                                           uint32_t& type) const {
+std::optional<std::span<const uint8_t>> VXNodePtr::PeekRaw(NodeName name, uint32_t& type) const {
   Stored stored;
   if (!Peek(*this, name, stored)) return std::nullopt;
   type = stored.type;
   return stored.data;
 }
 
-std::vector<uint8_t> VXNodePtr::GetRaw(std::u16string_view name, uint32_t& type) const {
+std::vector<uint8_t> VXNodePtr::GetRaw(NodeName name, uint32_t& type) const {
   const Stored stored = PeekRequired(*this, name);
   if (type == VXN_EMPTY || type == stored.type) {
     type = stored.type;
@@ -244,11 +259,9 @@ std::vector<uint8_t> VXNodePtr::GetRaw(std::u16string_view name, uint32_t& type)
   }
 }
 
-std::u16string VXNodePtr::GetString(std::u16string_view name) const {
-  return GetStringView(name).str();
-}
+std::u16string VXNodePtr::GetString(NodeName name) const { return GetStringView(name).str(); }
 
-bool VXNodePtr::TryGetString(std::u16string_view name, std::u16string& out) const {
+bool VXNodePtr::TryGetString(NodeName name, std::u16string& out) const {
   Stored stored;
   if (!Peek(*this, name, stored) || stored.IsEmpty()) return false;
   if (stored.type == VXN_STRING) {
@@ -259,54 +272,91 @@ bool VXNodePtr::TryGetString(std::u16string_view name, std::u16string& out) cons
   return true;
 }
 
-std::u16string VXNodePtr::GetString(std::u16string_view name,
-                                    std::u16string_view defaultValue) const {
+std::u16string VXNodePtr::GetString(NodeName name, std::u16string_view defaultValue) const {
   return GetStringView(name, defaultValue).str();
 }
 
-std::optional<AttributeText> VXNodePtr::FindString(std::u16string_view name) const {
+void VXNodePtr::PeekAttributes(std::span<Peeked> attributes) const {
+  if (!handle_) ThrowStatus(E_INVALIDARG);
+  const VxnAttributeList& stored = handle_->attributes;
+  if (stored.size() > VxnAttributeList::kIndexThreshold) {
+    // An indexed node: a look-up each is cheaper than a pass.
+    for (Peeked& attribute : attributes) {
+      const VxnAttribute* found = stored.Find(attribute.name);
+      attribute.found = found != nullptr;
+      if (found) attribute.type = found->type, attribute.data = found->value.Bytes();
+    }
+  } else {
+    for (Peeked& attribute : attributes) attribute.found = false;
+    for (const VxnAttribute& candidate : stored) {
+      for (Peeked& attribute : attributes) {
+        if (attribute.found || !EqualUnits(candidate.name, attribute.name)) continue;
+        attribute.found = true;
+        attribute.type = candidate.type;
+        attribute.data = candidate.value.Bytes();
+        break;
+      }
+    }
+  }
+  for (const Peeked& attribute : attributes) {
+    if (!attribute.found && !attribute.name.IsLiteral()) CheckUnfoundName(attribute.name);
+  }
+}
+
+std::optional<AttributeText> VXNodePtr::FindStringConverted(const Peeked& attribute) const {
+  if (!attribute.found || attribute.type == VXN_EMPTY) return std::nullopt;
+  return TextFrom(*this, attribute.name, {attribute.type, attribute.data});
+}
+
+AttributeText VXNodePtr::GetStringViewConverted(const Peeked& attribute) const {
+  if (!attribute.found) ThrowMissing(*this, u"attribute", attribute.name);
+  return TextFrom(*this, attribute.name, {attribute.type, attribute.data});
+}
+
+bool VXNodePtr::GetBoolConverted(const Peeked& attribute) const {
+  return Scalar<uint8_t>(*this, attribute.name, {attribute.type, attribute.data}, VXN_BOOL) != 0;
+}
+
+std::optional<AttributeText> VXNodePtr::FindString(NodeName name) const {
   Stored stored;
   if (!Peek(*this, name, stored) || stored.IsEmpty()) return std::nullopt;
   return TextFrom(*this, name, stored);
 }
 
-AttributeText VXNodePtr::GetStringView(std::u16string_view name) const {
+AttributeText VXNodePtr::GetStringView(NodeName name) const {
   return TextFrom(*this, name, PeekRequired(*this, name));
 }
 
-AttributeText VXNodePtr::GetStringView(std::u16string_view name,
-                                       std::u16string_view defaultValue) const {
+AttributeText VXNodePtr::GetStringView(NodeName name, std::u16string_view defaultValue) const {
   Stored stored;
   if (!Peek(*this, name, stored) || stored.IsEmpty()) return AttributeText(defaultValue);
   return TextFrom(*this, name, stored);
 }
 
-int32_t VXNodePtr::GetInt32(std::u16string_view name) const {
+int32_t VXNodePtr::GetInt32(NodeName name) const {
   return RequiredScalar<int32_t>(*this, name, VXN_INT32);
 }
-int32_t VXNodePtr::GetInt32(std::u16string_view name, int32_t defaultValue) const {
+int32_t VXNodePtr::GetInt32(NodeName name, int32_t defaultValue) const {
   return ScalarOr<int32_t>(*this, name, VXN_INT32, defaultValue);
 }
-uint32_t VXNodePtr::GetUInt32(std::u16string_view name) const {
+uint32_t VXNodePtr::GetUInt32(NodeName name) const {
   return RequiredScalar<uint32_t>(*this, name, VXN_UINT32);
 }
-uint32_t VXNodePtr::GetUInt32(std::u16string_view name, uint32_t defaultValue) const {
+uint32_t VXNodePtr::GetUInt32(NodeName name, uint32_t defaultValue) const {
   return ScalarOr<uint32_t>(*this, name, VXN_UINT32, defaultValue);
 }
-int64_t VXNodePtr::GetInt64(std::u16string_view name, int64_t defaultValue) const {
+int64_t VXNodePtr::GetInt64(NodeName name, int64_t defaultValue) const {
   return ScalarOr<int64_t>(*this, name, VXN_INT64, defaultValue);
 }
-bool VXNodePtr::GetBool(std::u16string_view name) const {
+bool VXNodePtr::GetBool(NodeName name) const {
   return RequiredScalar<uint8_t>(*this, name, VXN_BOOL) != 0;
 }
-bool VXNodePtr::GetBool(std::u16string_view name, bool defaultValue) const {
+bool VXNodePtr::GetBool(NodeName name, bool defaultValue) const {
   return ScalarOr<uint8_t>(*this, name, VXN_BOOL, defaultValue ? 1 : 0) != 0;
 }
-GUID VXNodePtr::GetGuid(std::u16string_view name) const {
-  return RequiredScalar<GUID>(*this, name, VXN_GUID);
-}
+GUID VXNodePtr::GetGuid(NodeName name) const { return RequiredScalar<GUID>(*this, name, VXN_GUID); }
 
-void VXNodePtr::GetStringList(std::u16string_view name, bool required,
+void VXNodePtr::GetStringList(NodeName name, bool required,
                               std::vector<std::u16string>& out) const {
   out.clear();
   Stored stored;
@@ -323,46 +373,43 @@ void VXNodePtr::GetStringList(std::u16string_view name, bool required,
   StringListView(stored.data).ForEach([&](std::u16string_view value) { out.emplace_back(value); });
 }
 
-std::vector<std::u16string> VXNodePtr::GetStringList(std::u16string_view name,
-                                                     bool required) const {
+std::vector<std::u16string> VXNodePtr::GetStringList(NodeName name, bool required) const {
   std::vector<std::u16string> out;
   GetStringList(name, required, out);
   return out;
 }
 
-void VXNodePtr::SetAttribute(std::u16string_view name, uint32_t type, const void* data,
-                             uint32_t size) const {
+void VXNodePtr::SetAttribute(NodeName name, uint32_t type, const void* data, uint32_t size) const {
   const HRESULT status = VxnSetAttributeN(handle_, name, type, data, size);
   if (Failed(status)) Fail(status, name);
 }
 
-void VXNodePtr::SetString(std::u16string_view name, std::u16string_view value) const {
+void VXNodePtr::SetString(NodeName name, std::u16string_view value) const {
   const HRESULT status = VxnSetStringAttributeN(handle_, name, value);
   if (Failed(status)) Fail(status, name);
 }
-void VXNodePtr::TakeString(std::u16string_view name, std::u16string&& value) const {
+void VXNodePtr::TakeString(NodeName name, std::u16string&& value) const {
   const HRESULT status = VxnTakeStringAttributeN(handle_, name, std::move(value));
   if (Failed(status)) Fail(status, name);
 }
-void VXNodePtr::SetInt32(std::u16string_view name, int32_t value) const {
+void VXNodePtr::SetInt32(NodeName name, int32_t value) const {
   SetAttribute(name, VXN_INT32, &value, 4);
 }
-void VXNodePtr::SetUInt32(std::u16string_view name, uint32_t value) const {
+void VXNodePtr::SetUInt32(NodeName name, uint32_t value) const {
   SetAttribute(name, VXN_UINT32, &value, 4);
 }
-void VXNodePtr::SetInt64(std::u16string_view name, int64_t value) const {
+void VXNodePtr::SetInt64(NodeName name, int64_t value) const {
   SetAttribute(name, VXN_INT64, &value, 8);
 }
-void VXNodePtr::SetBool(std::u16string_view name, bool value) const {
+void VXNodePtr::SetBool(NodeName name, bool value) const {
   const uint8_t byte = value ? 1 : 0;
   SetAttribute(name, VXN_BOOL, &byte, 1);
 }
-void VXNodePtr::SetGuid(std::u16string_view name, const GUID& value) const {
+void VXNodePtr::SetGuid(NodeName name, const GUID& value) const {
   SetAttribute(name, VXN_GUID, &value, sizeof value);
 }
 
-void VXNodePtr::SetStringList(std::u16string_view name,
-                              const std::vector<std::u16string>& values) const {
+void VXNodePtr::SetStringList(NodeName name, const std::vector<std::u16string>& values) const {
   size_t size = values.empty() ? 0 : 1;
   for (const auto& value : values) size += value.size() + 1;
   std::u16string list;
@@ -381,12 +428,13 @@ void VXNodePtr::SetStringList(std::u16string_view name,
                static_cast<uint32_t>(list.size() * sizeof(char16_t)));
 }
 
-VXNodePtr VXNodePtr::GetChild(std::u16string_view name, bool required) const {
+VXNodePtr VXNodePtr::GetChild(NodeName name, bool required) const {
   HVXNODE child = nullptr;
   const HRESULT status = VxnGetChildByNameN(handle_, name, &child);
   if (status == S_OK) [[likely]]
     return VXNodePtr(child);
   if (status != E_NOTFOUND) Fail(status, name);
+  CheckUnfoundName(name);
   if (required) ThrowMissing(*this, u"child", name);
   return VXNodePtr();
 }
@@ -429,8 +477,8 @@ void VXNodePtr::ForEachChild(const std::function<void(const VXNodePtr&)>& functi
   for (uint32_t i = 0; i < count; ++i) function(ChildAt(i));
 }
 
-bool VXNodePtr::CompareAttribute(std::u16string_view name, const VXNodePtr& first,
-                                 const VXNodePtr& second, uint32_t flags) {
+bool VXNodePtr::CompareAttribute(NodeName name, const VXNodePtr& first, const VXNodePtr& second,
+                                 uint32_t flags) {
   Stored a, b;
   const bool inFirst = Peek(first, name, a);
   const bool inSecond = Peek(second, name, b);

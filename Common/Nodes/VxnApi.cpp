@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Common/ErrorHandling.h"
+#include "Common/TextUnits.h"
 #include "Common/Nodes/VxnAttributeConversion.h"
 #include "Common/Nodes/VxnNode.h"
 #include "Common/Nodes/VxnViewApi.h"
@@ -39,11 +40,7 @@ std::optional<std::u16string> OptionalText(const char16_t* text) {
   return std::u16string(text);
 }
 
-bool HoldsNul(std::u16string_view text) { return text.find(u'\0') != std::u16string_view::npos; }
-
-// The status of a look-up that found nothing: a name holding U+0000 could
-// never have been stored, so it is a bad argument rather than an absence.
-HRESULT NotFound(std::u16string_view name) { return HoldsNul(name) ? E_INVALIDARG : E_NOTFOUND; }
+bool HoldsNul(std::u16string_view text) { return HasNulUnit(text); }
 
 HRESULT ViewText(const std::optional<std::u16string>& text, std::u16string_view* view) {
   if (!view) return E_POINTER;
@@ -353,14 +350,14 @@ HRESULT VxnGetChildByNameN(HVXNODE node, std::u16string_view name, HVXNODE* chil
       return S_OK;
     }
   }
-  return NotFound(name);
+  return E_NOTFOUND;
 }
 
 HRESULT VxnPeekAttributeN(HVXNODE node, std::u16string_view name, uint32_t* type,
                           std::span<const uint8_t>* data) {
   if (!node || !type || !data) return E_INVALIDARG;
   const VxnAttribute* attribute = node->attributes.Find(name);
-  if (!attribute) return NotFound(name);
+  if (!attribute) return E_NOTFOUND;
   *type = attribute->type;
   *data = attribute->value.Bytes();
   return S_OK;
@@ -370,7 +367,7 @@ HRESULT VxnGetAttributeN(HVXNODE node, std::u16string_view name, uint32_t* type,
                          uint32_t* size, uint32_t) {
   if (!node) return E_INVALIDARG;
   const VxnAttribute* attribute = node->attributes.Find(name);
-  if (!attribute) return NotFound(name);
+  if (!attribute) return E_NOTFOUND;
   std::span<const uint8_t> data = attribute->value.Bytes();
   if (!type && !buffer) {
     if (size) *size = static_cast<uint32_t>(data.size());
@@ -431,5 +428,5 @@ HRESULT VxnTakeStringAttributeN(HVXNODE node, std::u16string_view name, std::u16
 
 HRESULT VxnDeleteAttributeN(HVXNODE node, std::u16string_view name, uint32_t) {
   if (!node) return E_INVALIDARG;
-  return node->attributes.Erase(name) ? S_OK : NotFound(name);
+  return node->attributes.Erase(name) ? S_OK : E_NOTFOUND;
 }

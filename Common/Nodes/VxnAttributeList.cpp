@@ -9,25 +9,9 @@ VxnAttributeList& VxnAttributeList::operator=(const VxnAttributeList& other) {
   return *this;
 }
 
-size_t VxnAttributeList::Position(std::u16string_view name) const {
-  if (index_) {
-    const auto it = index_->find(name);
-    return it == index_->end() ? entries_.size() : it->second;
-  }
-  for (size_t i = 0; i < entries_.size(); ++i) {
-    if (entries_[i].name == name) return i;
-  }
-  return entries_.size();
-}
-
-const VxnAttribute* VxnAttributeList::Find(std::u16string_view name) const {
-  const size_t position = Position(name);
-  return position < entries_.size() ? &entries_[position] : nullptr;
-}
-
-VxnAttribute* VxnAttributeList::Find(std::u16string_view name) {
-  const size_t position = Position(name);
-  return position < entries_.size() ? &entries_[position] : nullptr;
+size_t VxnAttributeList::IndexedPosition(std::u16string_view name) const {
+  const auto it = index_->find(name);
+  return it == index_->end() ? entries_.size() : it->second;
 }
 
 VxnAttribute& VxnAttributeList::FindOrAdd(std::u16string_view name) {

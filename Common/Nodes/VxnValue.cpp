@@ -4,16 +4,6 @@
 
 #include "Common/Nodes/VxnApi.h"
 
-std::span<const uint8_t> VxnValue::Bytes() const {
-  if (const auto* small = std::get_if<Small>(&storage_)) return {small->bytes, small->size};
-  if (const auto* text = std::get_if<std::u16string>(&storage_)) {
-    // c_str() ends with the terminator the layout of a string wants.
-    return {reinterpret_cast<const uint8_t*>(text->c_str()), (text->size() + 1) * sizeof(char16_t)};
-  }
-  const auto& bytes = std::get<std::vector<uint8_t>>(storage_);
-  return {bytes.data(), bytes.size()};
-}
-
 void VxnValue::Assign(uint32_t type, std::span<const uint8_t> data) {
   if (type == VXN_STRING) {
     const size_t length = data.size() / sizeof(char16_t) - 1;

@@ -24,7 +24,16 @@ class VxnValue {
  public:
   // The value in the layout of its type; a string's bytes end with its
   // terminator. Valid until the value changes.
-  std::span<const uint8_t> Bytes() const;
+  std::span<const uint8_t> Bytes() const {
+    if (const auto* text = std::get_if<std::u16string>(&storage_)) {
+      // c_str() ends with the terminator the layout of a string wants.
+      return {reinterpret_cast<const uint8_t*>(text->c_str()),
+              (text->size() + 1) * sizeof(char16_t)};
+    }
+    if (const auto* small = std::get_if<Small>(&storage_)) return {small->bytes, small->size};
+    const auto& bytes = std::get<std::vector<uint8_t>>(storage_);
+    return {bytes.data(), bytes.size()};
+  }
 
   // Stores `data`, already checked against the layout of `type`. A string
   // (type 2) is kept as text. Memory the value holds is reused when it fits.

@@ -6,9 +6,11 @@
 // VxnApi.h (which take terminated texts and remain the library's interface
 // for C callers), with these differences:
 //
-//   - A name is the whole view; one that holds U+0000 can name nothing the
-//     library stores (its names are terminated texts), so a look-up with it
-//     gives 0x80070057, and so does a setter that would add it.
+//   - A name is the whole view. One that holds U+0000 can name nothing the
+//     library stores (its names are terminated texts): a look-up with it
+//     finds nothing (0x80070490), and a setter that would add it, or set a
+//     node's name, type or value to such a text, gives 0x80070057. Looking
+//     a name up never scans it for U+0000.
 //   - Texts the library stores are handed out as views, valid until the
 //     node's name, type or value (for the Get...N text operations) or the
 //     node's attributes (for VxnPeekAttributeN) change, or the node ends.

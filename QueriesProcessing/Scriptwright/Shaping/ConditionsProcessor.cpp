@@ -5,13 +5,16 @@
 
 #include "Common/FormatString.h"
 #include "Common/LogScope.h"
-#include "Common/Nodes/StringListView.h"
 #include "Common/OperationFrame.h"
 #include "Common/SqlText.h"
 #include "Common/Text.h"
 #include "Common/TextBuilder.h"
+#include "Common/TextUnits.h"
+#include "QueriesProcessing/Scriptwright/Shaping/InListWriter.h"
 
 namespace QueriesProcessing {
+
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -25,9 +28,19 @@ AttributeText UseAttribute(const VXNodePtr& variable, std::u16string_view name,
   return variable ? variable.GetStringView(name, fallback) : AttributeText(fallback);
 }
 
-void Append(std::u16string& out, std::u16string_view piece) {
-  WriteText(GrowBy(out, piece.size()), piece);
+// Operands of AND and OR tend to be alike: after the first, room for the
+// others at its length spares the growing text most of its copies. A long
+// first operand (an IN list, say) says nothing of the rest and is not taken
+// as their measure.
+void MakeRoomForOperands(std::u16string& out, size_t firstLength, uint32_t others) {
+  constexpr size_t kLongOperand = 1024;
+  if (others == 0 || firstLength > kLongOperand) return;
+  // A quarter more than the first's length: later operands often hold
+  // longer values (higher numbers, say).
+  out.reserve(out.size() + (firstLength + firstLength / 4 + 8) * others + kClauseRoom);
 }
+
+void Append(std::u16string& out, std::u16string_view piece) { out.append(piece); }
 
 // "[alias]." or nothing.
 size_t AliasSize(const std::optional<AttributeText>& alias) {
@@ -49,43 +62,6 @@ char16_t* WriteColumn(char16_t* at, std::u16string_view column, bool bracket) {
   return bracket ? WriteEscapedColumnName(at, column) : WriteText(at, column);
 }
 
-// The values of an IN list, read in place from the stored string list:
-// counted first, then written once.
-class InListValues {
- public:
-  InListValues(std::u16string_view units, bool quote) : units_(units), quote_(quote) {
-    size_t terminators = 0;
-    size_t quotes = 0;
-    for (char16_t unit : units_) {
-      terminators += unit == 0;
-      quotes += unit == u'\'';
-    }
-    const size_t count = terminators ? terminators - 1 : 0;
-    const size_t chars = units_.size() - terminators;
-    size_ = chars + (count ? count - 1 : 0) + (quote_ ? quotes + 3 * count : 0);
-  }
-
-  size_t size() const { return size_; }
-
-  // "v1,v2" or "N'v1',N'v2'", quotes in values doubled.
-  char16_t* Write(char16_t* at) const {
-    bool first = true;
-    StringListView(std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(units_.data()),
-                                            units_.size() * sizeof(char16_t)))
-        .ForEach([&](std::u16string_view value) {
-          if (!first) *at++ = u',';
-          first = false;
-          at = quote_ ? WriteQuotedStringValue(at, value) : WriteText(at, value);
-        });
-    return at;
-  }
-
- private:
-  std::u16string_view units_;
-  bool quote_;
-  size_t size_ = 0;
-};
-
 }  // namespace
 
 HRESULT CConditionsProcessor::Initialize(const VXNodePtr& config) {
@@ -105,8 +81,8 @@ HRESULT CConditionsProcessor::ProcessNode(VXNodePtr& request, const VXNodePtr& v
     const VXNodePtr conditions = request.GetChild(u"Conditions");
     const VXNodePtr having = request.GetChild(u"HavingRoot");
     const AttributeText conditionToken =
-        UseAttribute(variable, u"ConditionClauseAlias", u"%CONDITION%");
-    const AttributeText havingToken = UseAttribute(variable, u"HavingClauseAlias", u"%HAVING%");
+        UseAttribute(variable, u"ConditionClauseAlias", u"%CONDITION%"sv);
+    const AttributeText havingToken = UseAttribute(variable, u"HavingClauseAlias", u"%HAVING%"sv);
     BeforeConditions(request);
     // `text` stays whole until the end: a failing clause leaves it as it was.
     std::u16string result;
@@ -149,7 +125,7 @@ void CConditionsProcessor::BuildClause(const VXNodePtr& clause, const VXNodePtr&
   if (clause) {
     BuildConditionText(clause, request, out);
   } else {
-    Append(out, u"(1=1)");
+    Append(out, u"(1=1)"sv);
   }
 }
 
@@ -160,18 +136,18 @@ void CConditionsProcessor::FinishConditionText(const VXNodePtr&, std::u16string&
 void CConditionsProcessor::BuildConditionText(const VXNodePtr& node, const VXNodePtr& request,
                                               std::u16string& out) {
   const std::u16string_view type = node.TypeView();
-  if (type == u"ConditionValues") {
-    BuildComparison(node, node.GetStringView(u"Comparator", u"="), out);
-  } else if (type == u"ConditionTimeValues") {
+  if (EqualUnits(type, u"ConditionValues"sv)) {
+    WriteComparison(node, out);
+  } else if (EqualUnits(type, u"ConditionTimeValues"sv)) {
     ApplyTimeOffset(node, request);
-    BuildComparison(node, node.GetStringView(u"Comparator", u"="), out);
-  } else if (type == u"ConditionBool") {
-    Append(out, node.GetBool(u"Value", false) ? u" (1=1) " : u" (2=1) ");
-  } else if (type == u"Condition") {
+    WriteComparison(node, out);
+  } else if (EqualUnits(type, u"ConditionBool"sv)) {
+    Append(out, node.GetBool(u"Value", false) ? u" (1=1) "sv : u" (2=1) "sv);
+  } else if (EqualUnits(type, u"Condition"sv)) {
     BuildOperator(node, request, out);
-  } else if (type == u"ConditionsRoot") {
+  } else if (EqualUnits(type, u"ConditionsRoot"sv)) {
     const uint32_t count = node.ChildCount();
-    if (count == 0) Append(out, u" (1=1) ");
+    if (count == 0) Append(out, u" (1=1) "sv);
     for (uint32_t i = 0; i < count; ++i) BuildConditionText(node.ChildAt(i), request, out);
   }
 }
@@ -179,57 +155,82 @@ void CConditionsProcessor::BuildConditionText(const VXNodePtr& node, const VXNod
 void CConditionsProcessor::BuildOperator(const VXNodePtr& node, const VXNodePtr& request,
                                          std::u16string& out) {
   const AttributeText op = node.GetStringView(u"operator");
-  if (op == u"AND" || op == u"OR") {
-    const std::u16string_view separator = op == u"AND" ? u" AND " : u" OR ";
+  if (op == u"AND"sv || op == u"OR"sv) {
+    const std::u16string_view separator = op == u"AND"sv ? u" AND "sv : u" OR "sv;
     const uint32_t count = node.ChildCount();
-    Append(out, u" (");
-    if (count == 0) Append(out, u"1=1");
+    Append(out, u" ("sv);
+    if (count == 0) Append(out, u"1=1"sv);
     // A separator goes before a child only once the text inside is not empty.
     const size_t inner = out.size();
     for (uint32_t i = 0; i < count; ++i) {
       if (out.size() != inner) Append(out, separator);
       BuildConditionText(node.ChildAt(i), request, out);
+      if (i == 0) MakeRoomForOperands(out, out.size() - inner, count - 1);
     }
-    Append(out, u") ");
-  } else if (op == u"IN" || op == u"NOT IN") {
+    Append(out, u") "sv);
+  } else if (op == u"IN"sv || op == u"NOT IN"sv) {
     if (node.ChildCount()) {
       BuildInList(node.ChildAt(0), op, out);
     } else {
-      Append(out, u"(1=1)");
+      Append(out, u"(1=1)"sv);
     }
-  } else if (op == u"NOT") {
+  } else if (op == u"NOT"sv) {
     if (node.ChildCount()) {
-      Append(out, u" ( NOT");
+      Append(out, u" ( NOT"sv);
       BuildConditionText(node.ChildAt(0), request, out);
-      Append(out, u" ) ");
+      Append(out, u" ) "sv);
     } else {
-      Append(out, u"(1=1)");
+      Append(out, u"(1=1)"sv);
     }
   }
 }
 
+bool CConditionsProcessor::IsExcluded(std::u16string_view column) const {
+  return !excludeColumnBracket_.empty() && excludeColumnBracket_.contains(column);
+}
+
+void CConditionsProcessor::WriteComparison(const VXNodePtr& node, std::u16string& out) const {
+  // A large tree holds many comparisons: their attributes are found in one
+  // pass, then read in the order a reading one by one would take.
+  VXNodePtr::Peeked attributes[] = {
+      {u"Comparator"}, {u"AliasTable"}, {u"Columnn"}, {u"EscapeRequired"}, {u"Value"}};
+  node.PeekAttributes(attributes);
+  const AttributeText comparator = node.GetStringView(attributes[0], u"="sv);
+  WriteComparison(node, comparator, std::span(attributes).subspan(1), out);
+}
+
 void CConditionsProcessor::BuildComparison(const VXNodePtr& node, std::u16string_view comparator,
                                            std::u16string& out) const {
-  const std::optional<AttributeText> alias = node.FindString(u"AliasTable");
-  const AttributeText column = node.GetStringView(u"Columnn");
-  const bool bracket =
-      !excludeColumnBracket_.contains(column.view()) && node.GetBool(u"EscapeRequired", true);
+  VXNodePtr::Peeked attributes[] = {{u"AliasTable"}, {u"Columnn"}, {u"EscapeRequired"}, {u"Value"}};
+  node.PeekAttributes(attributes);
+  WriteComparison(node, comparator, attributes, out);
+}
+
+void CConditionsProcessor::WriteComparison(const VXNodePtr& node, std::u16string_view comparator,
+                                           std::span<const VXNodePtr::Peeked> attributes,
+                                           std::u16string& out) const {
+  const std::optional<AttributeText> alias = node.FindString(attributes[0]);
+  const AttributeText column = node.GetStringView(attributes[1]);
+  const bool bracket = !IsExcluded(column) && node.GetBool(attributes[2], true);
   std::optional<AttributeText> value;
-  if (comparator != u" IS NULL" && comparator != u" IS NOT NULL") {
-    value = node.GetStringView(u"Value");
+  if (comparator != u" IS NULL"sv && comparator != u" IS NOT NULL"sv) {
+    value = node.GetStringView(attributes[3]);
   }
-  const size_t size = 2 + AliasSize(alias) + ColumnSize(column, bracket) + 1 + comparator.size() +
-                      (value ? 1 + QuotedStringValueSize(*value) : 0) + 2;
-  char16_t* at = WriteText(GrowBy(out, size), u" (");
-  at = WriteAlias(at, alias);
-  at = WriteColumn(at, column, bracket);
-  *at++ = u' ';
-  at = WriteText(at, comparator);
-  if (value) {
+  // Escaping at most doubles a text: a bound that needs no counting.
+  const size_t bound = 2 + (alias ? 2 * alias->size() + 3 : 0) + 2 * column.size() + 2 + 1 +
+                       comparator.size() + (value ? 2 * value->size() + 4 : 0) + 2;
+  AppendBounded(out, bound, [&](char16_t* at) {
+    at = WriteText(at, u" ("sv);
+    at = WriteAlias(at, alias);
+    at = WriteColumn(at, column, bracket);
     *at++ = u' ';
-    at = WriteQuotedStringValue(at, *value);
-  }
-  WriteText(at, u") ");
+    at = WriteText(at, comparator);
+    if (value) {
+      *at++ = u' ';
+      at = WriteQuotedStringValue(at, *value);
+    }
+    return WriteText(at, u") "sv);
+  });
 }
 
 void CConditionsProcessor::BuildInList(const VXNodePtr& node, std::u16string_view op,
@@ -248,19 +249,20 @@ void CConditionsProcessor::BuildInList(const VXNodePtr& node, std::u16string_vie
     converted = node.GetRaw(u"Values", asText);  // raises for a missing or unlisted value
     stored = converted;
   }
-  const InListValues values(std::u16string_view(reinterpret_cast<const char16_t*>(stored->data()),
+  const InListWriter values(std::u16string_view(reinterpret_cast<const char16_t*>(stored->data()),
                                                 stored->size() / sizeof(char16_t)),
                             type != VXN_INT32_LIST && type != VXN_UINT32_LIST);
   const size_t size =
       2 + AliasSize(alias) + ColumnSize(column, bracket) + 1 + op.size() + 2 + values.size() + 3;
-  char16_t* at = WriteText(GrowBy(out, size), u" (");
+  char16_t* at = WriteText(GrowBy(out, size + InListWriter::kOverrun), u" ("sv);
   at = WriteAlias(at, alias);
   at = WriteColumn(at, column, bracket);
   *at++ = u' ';
   at = WriteText(at, op);
-  at = WriteText(at, u" (");
+  at = WriteText(at, u" ("sv);
   at = values.Write(at);
-  WriteText(at, u")) ");
+  WriteText(at, u")) "sv);
+  out.resize(out.size() - InListWriter::kOverrun);
 }
 
 void CConditionsProcessor::ApplyTimeOffset(const VXNodePtr& node, const VXNodePtr& request) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -67,6 +68,11 @@ class CConditionsProcessor : public IVariableProcessor {
 
  private:
   void BuildOperator(const VXNodePtr& node, const VXNodePtr& request, std::u16string& out);
+  bool IsExcluded(std::u16string_view column) const;
+  // A ConditionValues node's comparison, its attributes read in one pass.
+  void WriteComparison(const VXNodePtr& node, std::u16string& out) const;
+  void WriteComparison(const VXNodePtr& node, std::u16string_view comparator,
+                       std::span<const VXNodePtr::Peeked> attributes, std::u16string& out) const;
   void BuildClause(const VXNodePtr& clause, const VXNodePtr& request, std::u16string& out);
   bool WriteClause(std::u16string_view source, std::u16string_view token, const VXNodePtr& clause,
                    const VXNodePtr& request, std::u16string& out);
