@@ -113,6 +113,7 @@ class VXNodePtr {
   // An attribute looked up ahead of its reading by PeekAttributes: its name,
   // and whether it was found, with its stored type code and value.
   struct Peeked {
+    Peeked(NodeName name) : name(name) {}  // NOLINT: a list of names reads as one
     NodeName name;
     bool found = false;
     uint32_t type = VXN_EMPTY;
