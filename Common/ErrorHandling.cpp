@@ -151,6 +151,11 @@ HRESULT ReportError(HRESULT code, std::u16string_view text) {
   return code;
 }
 
+void ThrowStatus(HRESULT code) {
+  HRES status(code);
+  throw HRX(status);  // only reached for a non-failing code
+}
+
 void ThrowError(HRESULT code, std::u16string_view text) {
   HRES status(ReportError(code, text));
   throw HRX(status);  // only reached for a non-failing code

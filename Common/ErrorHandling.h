@@ -94,8 +94,14 @@ class HRX : public HRES {
   HRESULT Report() const;
 };
 
+// Raises HRX with `code`, as HRES(code) does. Out of line and cold, so that
+// Check costs one test of the sign on the success path.
+[[noreturn, gnu::cold]] void ThrowStatus(HRESULT code);
+
 // Raises HRX with `code` unless it is a success.
-inline void Check(HRESULT code) { HRES status(code); }
+inline void Check(HRESULT code) {
+  if (code < 0) [[unlikely]] ThrowStatus(code);
+}
 
 class MessageModule;
 

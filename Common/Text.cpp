@@ -66,6 +66,8 @@ char32_t DecodeUtf8(std::string_view s, size_t& pos) {
 // odd byte offset is the high byte of some unit and is passed over.
 static_assert(std::endian::native == std::endian::little, "FindToken reads UTF-16 units as bytes");
 
+}  // namespace
+
 size_t FindToken(std::u16string_view text, std::u16string_view token, size_t pos) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
   const size_t end = text.size() * 2;
@@ -82,6 +84,8 @@ size_t FindToken(std::u16string_view text, std::u16string_view token, size_t pos
   }
   return std::u16string_view::npos;
 }
+
+namespace {
 
 template <typename T>
 std::u16string NumberText(T value) {
@@ -119,6 +123,11 @@ size_t ReplaceAll(std::u16string& text, std::u16string_view token, std::u16strin
   if (token.empty()) return 0;
   size_t pos = FindToken(text, token, 0);
   if (pos == std::u16string::npos) return 0;
+  if (FindToken(text, token, pos + token.size()) == std::u16string::npos) {
+    // One occurrence, the usual case: written in place, moving only the tail.
+    text.replace(pos, token.size(), replacement);
+    return 1;
+  }
   // The result is built in a per-thread buffer that is then swapped with
   // `text`, so the next call reuses the old text's memory: fresh pages for
   // every replacement would cost more than the scan itself.

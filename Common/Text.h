@@ -22,6 +22,10 @@ std::string ToUtf8(std::u16string_view utf16);
 // An empty token changes nothing and returns 0. One pass over `text`.
 size_t ReplaceAll(std::u16string& text, std::u16string_view token, std::u16string_view replacement);
 
+// The first exact occurrence of `token` in `text` at or after `pos`, or npos.
+// `token` is not empty. The search for its first unit runs at memory speed.
+size_t FindToken(std::u16string_view text, std::u16string_view token, size_t pos);
+
 // Decimal text of a number.
 std::u16string ToText(int64_t value);
 std::u16string ToTextUnsigned(uint64_t value);

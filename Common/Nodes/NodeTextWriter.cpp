@@ -159,7 +159,7 @@ std::u16string NodeTextWriter::ValueText(const VxnNode& node, const VxnAttribute
                          attribute.name)) {
     return FormatStringValue(hiddenText_);
   }
-  return FormatAttributeValue(attribute.type, attribute.data);
+  return FormatAttributeValue(attribute.type, attribute.value.Bytes());
 }
 
 void NodeTextWriter::LineEnd(std::string& out) {

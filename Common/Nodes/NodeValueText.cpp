@@ -106,9 +106,8 @@ void AppendQuoted(std::u16string& out, std::u16string_view text) {
 }
 
 std::u16string ScalarText(uint32_t type, const uint8_t* p, size_t size) {
-  std::vector<uint8_t> data(p, p + size);
   std::vector<uint8_t> text;
-  if (Failed(VxnConvertAttribute(type, data, VXN_STRING, text))) return u"";
+  if (Failed(VxnConvertAttribute(type, {p, size}, VXN_STRING, text))) return u"";
   return std::u16string(reinterpret_cast<const char16_t*>(text.data()), text.size() / 2 - 1);
 }
 
@@ -129,7 +128,7 @@ size_t ElementSize(uint32_t scalarType) {
   }
 }
 
-std::u16string FormatList(uint32_t scalarType, const std::vector<uint8_t>& data) {
+std::u16string FormatList(uint32_t scalarType, std::span<const uint8_t> data) {
   std::u16string out(PrefixName(scalarType));
   out += u"[]:[";
   bool first = true;
@@ -322,7 +321,7 @@ std::u16string FormatStringValue(std::u16string_view value) {
   return std::u16string(value);
 }
 
-std::u16string FormatAttributeValue(uint32_t type, const std::vector<uint8_t>& data) {
+std::u16string FormatAttributeValue(uint32_t type, std::span<const uint8_t> data) {
   if (type == VXN_EMPTY) return u"null:";
   if (type & VXN_LIST) return FormatList(type & ~static_cast<uint32_t>(VXN_LIST), data);
   if (type == VXN_STRING) {

@@ -18,12 +18,13 @@
 // there.
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 // The text of a value in the layout of `type` (see VxnApi.h).
-std::u16string FormatAttributeValue(uint32_t type, const std::vector<uint8_t>& data);
+std::u16string FormatAttributeValue(uint32_t type, std::span<const uint8_t> data);
 
 // The text of a plain string: itself, or with "str:" or as "u16:".
 std::u16string FormatStringValue(std::u16string_view value);

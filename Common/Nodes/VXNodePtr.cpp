@@ -1,55 +1,141 @@
 #include "Common/Nodes/VXNodePtr.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "Common/ErrorHandling.h"
+#include "Common/Nodes/StringListView.h"
+#include "Common/Nodes/VxnNode.h"
+#include "Common/Nodes/VxnViewApi.h"
+#include "Common/TextUnits.h"
 
 namespace {
 
-// The library takes names, types and node values as terminated texts, so a
-// U+0000 inside one would silently cut it; refuse it instead.
-std::u16string Terminated(std::u16string_view text) {
-  if (text.find(u'\0') != std::u16string_view::npos) {
+bool HoldsNul(std::u16string_view text) { return HasNulUnit(text); }
+
+// Every failure of a call that named something goes through here, off the
+// success path: U+0000 in the name (or text) gets its own words, since the
+// library's terminated texts could not carry it; the rest raises the status.
+[[noreturn, gnu::cold]] void Fail(HRESULT status, std::u16string_view text) {
+  if (status == E_INVALIDARG && HoldsNul(text)) {
     ThrowError(E_INVALIDARG, u": a name, type or node value cannot hold U+0000");
   }
-  return std::u16string(text);
+  ThrowStatus(status);
 }
 
-// Reads a text through one of the name, type or value getters: into a buffer
-// of 128 characters on the stack first, then one of the size the library asks
-// for.
-template <typename Getter>
-std::optional<std::u16string> ReadText(Getter getter, HVXNODE node) {
-  char16_t local[128];
-  uint32_t size = 128;
-  HRESULT status = getter(node, local, &size);
-  if (status == E_NOTFOUND) return std::nullopt;
-  if (status != E_INSUFFICIENT_BUFFER) {
-    Check(status);
-    return std::u16string(local, size ? size - 1 : 0);
-  }
-  std::u16string buffer(size, u'\0');
-  for (;;) {
-    size = static_cast<uint32_t>(buffer.size());
-    status = getter(node, buffer.data(), &size);
-    if (status != E_INSUFFICIENT_BUFFER) break;
-    buffer.resize(size);
-  }
-  if (status == E_NOTFOUND) return std::nullopt;
-  Check(status);
-  buffer.resize(size ? size - 1 : 0);
-  return buffer;
-}
-
-[[noreturn]] void ThrowMissing(const VXNodePtr& node, std::u16string_view what,
-                               std::u16string_view name) {
+[[noreturn, gnu::cold]] void ThrowMissing(const VXNodePtr& node, std::u16string_view what,
+                                          std::u16string_view name) {
   ThrowError(E_NOTFOUND, u": " + std::u16string(what) + u" '" + std::u16string(name) +
                              u"' is missing on " + node.Describe());
 }
 
-[[noreturn]] void ThrowBadValue(HRESULT status, const VXNodePtr& node, std::u16string_view name) {
+[[noreturn, gnu::cold]] void ThrowBadValue(HRESULT status, const VXNodePtr& node,
+                                           std::u16string_view name) {
   ThrowError(status, u": attribute '" + std::u16string(name) + u"' on " + node.Describe() +
                          u" has no value of the type asked for");
+}
+
+// The node's name, type or value, or none when absent.
+template <typename Getter>
+std::optional<std::u16string_view> ViewText(Getter getter, HVXNODE node) {
+  std::u16string_view text;
+  const HRESULT status = getter(node, &text);
+  if (status == S_OK) return text;
+  if (status == E_NOTFOUND) return std::nullopt;
+  ThrowStatus(status);
+}
+
+// A stored attribute, found by one look-up.
+struct Stored {
+  uint32_t type = VXN_EMPTY;
+  std::span<const uint8_t> data;
+
+  bool IsEmpty() const { return type == VXN_EMPTY; }
+  std::u16string_view Text() const {  // a string's units without the terminator
+    return {reinterpret_cast<const char16_t*>(data.data()), data.size() / sizeof(char16_t) - 1};
+  }
+};
+
+// After a look-up that found nothing: a name holding U+0000 could never
+// have been stored, and is refused rather than reported missing. A literal
+// cannot hold one, so only other names are scanned.
+void CheckUnfoundName(NodeName name) {
+  if (!name.IsLiteral() && HoldsNul(name)) Fail(E_INVALIDARG, name);
+}
+
+// False when the attribute is missing; raises on any other failure.
+// The look-up is VxnPeekAttributeN's, made here inline.
+bool Peek(const VXNodePtr& node, NodeName name, Stored& out) {
+  if (!node) Fail(E_INVALIDARG, name);
+  const VxnAttribute* attribute = node.get()->attributes.Find(name);
+  if (!attribute) {
+    CheckUnfoundName(name);
+    return false;
+  }
+  out.type = attribute->type;
+  out.data = attribute->value.Bytes();
+  return true;
+}
+
+Stored PeekRequired(const VXNodePtr& node, NodeName name) {
+  Stored stored;
+  if (!Peek(node, name, stored)) ThrowMissing(node, u"attribute", name);
+  return stored;
+}
+
+// Reads the attribute converted to `type` into `buffer`; the slow path of
+// the readers, for values of another type than the one asked for.
+HRESULT ReadConverted(const VXNodePtr& node, std::u16string_view name, uint32_t type, void* buffer,
+                      uint32_t& size) {
+  return VxnGetAttributeN(node.get(), name, &type, buffer, &size, 0);
+}
+
+void CheckRead(HRESULT status, const VXNodePtr& node, std::u16string_view name) {
+  if (Succeeded(status)) return;
+  if (status == E_NOTFOUND) ThrowMissing(node, u"attribute", name);
+  if (status == E_INVALID_DATA) ThrowBadValue(status, node, name);
+  Fail(status, name);
+}
+
+// A fixed-size value of `type`: straight from the stored bytes when the
+// attribute has that type, else converted by the library.
+template <typename T>
+T Scalar(const VXNodePtr& node, std::u16string_view name, const Stored& stored, uint32_t type) {
+  T value{};
+  if (stored.type == type && stored.data.size() == sizeof value) {
+    std::memcpy(&value, stored.data.data(), sizeof value);
+    return value;
+  }
+  uint32_t size = sizeof value;
+  CheckRead(ReadConverted(node, name, type, &value, size), node, name);
+  return value;
+}
+
+template <typename T>
+T RequiredScalar(const VXNodePtr& node, NodeName name, uint32_t type) {
+  return Scalar<T>(node, name, PeekRequired(node, name), type);
+}
+
+// Missing or of type 0: the caller's default applies.
+template <typename T>
+T ScalarOr(const VXNodePtr& node, NodeName name, uint32_t type, T defaultValue) {
+  Stored stored;
+  if (!Peek(node, name, stored) || stored.IsEmpty()) return defaultValue;
+  return Scalar<T>(node, name, stored, type);
+}
+
+std::u16string TextOf(const std::vector<uint8_t>& data) {
+  const size_t length = data.size() / sizeof(char16_t);
+  std::u16string text(length ? length - 1 : 0, u'\0');
+  std::memcpy(text.data(), data.data(), text.size() * sizeof(char16_t));
+  return text;
+}
+
+// The text of a stored value: itself for a string, else converted.
+AttributeText TextFrom(const VXNodePtr& node, std::u16string_view name, const Stored& stored) {
+  if (stored.type == VXN_STRING) return AttributeText(stored.Text());
+  uint32_t type = VXN_STRING;
+  return AttributeText(TextOf(node.GetRaw(name, type)));
 }
 
 }  // namespace
@@ -75,33 +161,35 @@ VXNodePtr::~VXNodePtr() {
   if (handle_) VxnCloseNodeHandle(handle_);
 }
 
-VXNodePtr VXNodePtr::Create(std::u16string_view type, std::u16string_view name) {
-  const std::u16string t(type), n(name);
+VXNodePtr VXNodePtr::Create(NodeName type, NodeName name) {
   HVXNODE handle = nullptr;
-  Check(VxnCreateNode(type.empty() ? nullptr : t.c_str(), name.empty() ? nullptr : n.c_str(),
-                      &handle));
+  const HRESULT status = VxnCreateNodeN(type, name, &handle);
+  if (Failed(status)) Fail(status, HoldsNul(type) ? type : name);
   return VXNodePtr(handle);
 }
 
-std::u16string VXNodePtr::GetName() const {
-  return ReadText(VxnGetNodeName, handle_).value_or(u"");
-}
-std::u16string VXNodePtr::GetType() const {
-  return ReadText(VxnGetNodeType, handle_).value_or(u"");
-}
+std::u16string VXNodePtr::GetName() const { return std::u16string(NameView()); }
+std::u16string VXNodePtr::GetType() const { return std::u16string(TypeView()); }
 std::u16string VXNodePtr::GetValue() const {
-  return ReadText(VxnGetNodeValue, handle_).value_or(u"");
+  return std::u16string(ViewText(VxnGetNodeValueN, handle_).value_or(u""));
 }
-bool VXNodePtr::HasValue() const { return ReadText(VxnGetNodeValue, handle_).has_value(); }
+std::u16string_view VXNodePtr::NameView() const {
+  return ViewText(VxnGetNodeNameN, handle_).value_or(u"");
+}
+std::u16string_view VXNodePtr::TypeView() const {
+  if (!handle_) ThrowStatus(E_INVALIDARG);
+  return handle_->type ? std::u16string_view(*handle_->type) : std::u16string_view();
+}
+bool VXNodePtr::HasValue() const { return ViewText(VxnGetNodeValueN, handle_).has_value(); }
 
-void VXNodePtr::SetName(std::u16string_view name) const {
-  Check(VxnSetNodeName(handle_, Terminated(name).c_str()));
+void VXNodePtr::SetName(NodeName name) const {
+  if (const HRESULT status = VxnSetNodeNameN(handle_, name); Failed(status)) Fail(status, name);
 }
-void VXNodePtr::SetType(std::u16string_view type) const {
-  Check(VxnSetNodeType(handle_, Terminated(type).c_str()));
+void VXNodePtr::SetType(NodeName type) const {
+  if (const HRESULT status = VxnSetNodeTypeN(handle_, type); Failed(status)) Fail(status, type);
 }
 void VXNodePtr::SetValue(std::u16string_view value) const {
-  Check(VxnSetNodeValue(handle_, Terminated(value).c_str()));
+  if (const HRESULT status = VxnSetNodeValueN(handle_, value); Failed(status)) Fail(status, value);
 }
 
 std::u16string VXNodePtr::Describe() const {
@@ -112,22 +200,15 @@ std::u16string VXNodePtr::Describe() const {
   return (type.empty() ? u"node '" : u"node " + type + u" '") + name + u"'";
 }
 
-bool VXNodePtr::HasAttribute(std::u16string_view name) const {
-  const HRESULT status =
-      VxnGetAttribute(handle_, Terminated(name).c_str(), nullptr, nullptr, nullptr, 0);
-  if (status == E_NOTFOUND) return false;
-  Check(status);
-  return true;
+bool VXNodePtr::HasAttribute(NodeName name) const {
+  Stored stored;
+  return Peek(*this, name, stored);
 }
 
-std::optional<uint32_t> VXNodePtr::GetAttributeType(std::u16string_view name) const {
-  uint32_t type = VXN_EMPTY;
-  uint32_t size = 0;
-  const HRESULT status =
-      VxnGetAttribute(handle_, Terminated(name).c_str(), &type, nullptr, &size, 0);
-  if (status == E_NOTFOUND) return std::nullopt;
-  Check(status);
-  return type;
+std::optional<uint32_t> VXNodePtr::GetAttributeType(NodeName name) const {
+  Stored stored;
+  if (!Peek(*this, name, stored)) return std::nullopt;
+  return stored.type;
 }
 
 std::vector<std::u16string> VXNodePtr::AttributeNames() const {
@@ -145,170 +226,197 @@ std::vector<std::u16string> VXNodePtr::AttributeNames() const {
   return names;
 }
 
-void VXNodePtr::DeleteAttribute(std::u16string_view name) const {
-  const HRESULT status = VxnDeleteAttribute(handle_, Terminated(name).c_str(), 0);
-  if (status != E_NOTFOUND) Check(status);
+void VXNodePtr::DeleteAttribute(NodeName name) const {
+  const HRESULT status = VxnDeleteAttributeN(handle_, name, 0);
+  if (status == E_NOTFOUND) return CheckUnfoundName(name);
+  if (Failed(status)) Fail(status, name);
 }
 
-std::vector<uint8_t> VXNodePtr::GetRaw(std::u16string_view name, uint32_t& type) const {
-  const std::u16string key = Terminated(name);
+std::optional<std::span<const uint8_t>> VXNodePtr::PeekRaw(NodeName name, uint32_t& type) const {
+  Stored stored;
+  if (!Peek(*this, name, stored)) return std::nullopt;
+  type = stored.type;
+  return stored.data;
+}
+
+std::vector<uint8_t> VXNodePtr::GetRaw(NodeName name, uint32_t& type) const {
+  const Stored stored = PeekRequired(*this, name);
+  if (type == VXN_EMPTY || type == stored.type) {
+    type = stored.type;
+    return std::vector<uint8_t>(stored.data.begin(), stored.data.end());
+  }
   std::vector<uint8_t> buffer(256);
   for (;;) {
     uint32_t size = static_cast<uint32_t>(buffer.size());
-    uint32_t asked = type;
-    const HRESULT status = VxnGetAttribute(handle_, key.c_str(), &asked, buffer.data(), &size, 0);
+    const HRESULT status = ReadConverted(*this, name, type, buffer.data(), size);
     if (status == E_INSUFFICIENT_BUFFER || (Succeeded(status) && size > buffer.size())) {
       buffer.resize(size);
       continue;
     }
-    if (status == E_NOTFOUND) ThrowMissing(*this, u"attribute", name);
-    if (status == E_INVALID_DATA) ThrowBadValue(status, *this, name);
-    Check(status);
+    CheckRead(status, *this, name);
     buffer.resize(size);
-    type = asked;
     return buffer;
   }
 }
 
-namespace {
+std::u16string VXNodePtr::GetString(NodeName name) const { return GetStringView(name).str(); }
 
-// Reads a fixed-size value straight into place, converted to `type`.
-template <typename T>
-T ReadScalar(const VXNodePtr& node, std::u16string_view name, uint32_t type) {
-  const std::u16string key = Terminated(name);
-  T value{};
-  uint32_t size = sizeof value;
-  const HRESULT status = VxnGetAttribute(node.get(), key.c_str(), &type, &value, &size, 0);
-  if (status == E_NOTFOUND) ThrowMissing(node, u"attribute", name);
-  if (status == E_INVALID_DATA) ThrowBadValue(status, node, name);
-  Check(status);
-  return value;
-}
-
-std::u16string TextOf(const std::vector<uint8_t>& data) {
-  const size_t length = data.size() / sizeof(char16_t);
-  std::u16string text(length ? length - 1 : 0, u'\0');
-  std::memcpy(text.data(), data.data(), text.size() * sizeof(char16_t));
-  return text;
-}
-
-// Missing or of type 0: the caller's default applies.
-bool Defaulted(const VXNodePtr& node, std::u16string_view name) {
-  auto type = node.GetAttributeType(name);
-  return !type || *type == VXN_EMPTY;
-}
-
-}  // namespace
-
-std::u16string VXNodePtr::GetString(std::u16string_view name) const {
-  // Most values are short: a stack buffer spares the heap.
-  const std::u16string key = Terminated(name);
-  char16_t local[128];
-  uint32_t size = sizeof local;
-  uint32_t type = VXN_STRING;
-  const HRESULT status = VxnGetAttribute(handle_, key.c_str(), &type, local, &size, 0);
-  if (Succeeded(status)) return std::u16string(local, size / sizeof(char16_t) - 1);
-  if (status == E_NOTFOUND) ThrowMissing(*this, u"attribute", name);
-  if (status == E_INVALID_DATA) ThrowBadValue(status, *this, name);
-  if (status != E_INSUFFICIENT_BUFFER) Check(status);
-  type = VXN_STRING;
-  return TextOf(GetRaw(name, type));
-}
-
-bool VXNodePtr::TryGetString(std::u16string_view name, std::u16string& out) const {
-  if (Defaulted(*this, name)) return false;
-  out = GetString(name);
+bool VXNodePtr::TryGetString(NodeName name, std::u16string& out) const {
+  Stored stored;
+  if (!Peek(*this, name, stored) || stored.IsEmpty()) return false;
+  if (stored.type == VXN_STRING) {
+    out.assign(stored.Text());
+  } else {
+    out = TextFrom(*this, name, stored).str();
+  }
   return true;
 }
 
-std::u16string VXNodePtr::GetString(std::u16string_view name,
-                                    std::u16string_view defaultValue) const {
-  return Defaulted(*this, name) ? std::u16string(defaultValue) : GetString(name);
+std::u16string VXNodePtr::GetString(NodeName name, std::u16string_view defaultValue) const {
+  return GetStringView(name, defaultValue).str();
 }
 
-int32_t VXNodePtr::GetInt32(std::u16string_view name) const {
-  return ReadScalar<int32_t>(*this, name, VXN_INT32);
-}
-int32_t VXNodePtr::GetInt32(std::u16string_view name, int32_t defaultValue) const {
-  return Defaulted(*this, name) ? defaultValue : GetInt32(name);
-}
-uint32_t VXNodePtr::GetUInt32(std::u16string_view name) const {
-  return ReadScalar<uint32_t>(*this, name, VXN_UINT32);
-}
-uint32_t VXNodePtr::GetUInt32(std::u16string_view name, uint32_t defaultValue) const {
-  return Defaulted(*this, name) ? defaultValue : GetUInt32(name);
-}
-int64_t VXNodePtr::GetInt64(std::u16string_view name, int64_t defaultValue) const {
-  return Defaulted(*this, name) ? defaultValue : ReadScalar<int64_t>(*this, name, VXN_INT64);
-}
-bool VXNodePtr::GetBool(std::u16string_view name) const {
-  return ReadScalar<uint8_t>(*this, name, VXN_BOOL) != 0;
-}
-bool VXNodePtr::GetBool(std::u16string_view name, bool defaultValue) const {
-  return Defaulted(*this, name) ? defaultValue : GetBool(name);
-}
-GUID VXNodePtr::GetGuid(std::u16string_view name) const {
-  return ReadScalar<GUID>(*this, name, VXN_GUID);
+void VXNodePtr::PeekAttributes(std::span<Peeked> attributes) const {
+  if (!handle_) ThrowStatus(E_INVALIDARG);
+  const VxnAttributeList& stored = handle_->attributes;
+  if (stored.size() > VxnAttributeList::kIndexThreshold) {
+    // An indexed node: a look-up each is cheaper than a pass.
+    for (Peeked& attribute : attributes) {
+      const VxnAttribute* found = stored.Find(attribute.name);
+      attribute.found = found != nullptr;
+      if (found) attribute.type = found->type, attribute.data = found->value.Bytes();
+    }
+  } else {
+    for (Peeked& attribute : attributes) attribute.found = false;
+    for (const VxnAttribute& candidate : stored) {
+      for (Peeked& attribute : attributes) {
+        if (attribute.found || !EqualUnits(candidate.name, attribute.name)) continue;
+        attribute.found = true;
+        attribute.type = candidate.type;
+        attribute.data = candidate.value.Bytes();
+        break;
+      }
+    }
+  }
+  for (const Peeked& attribute : attributes) {
+    if (!attribute.found && !attribute.name.IsLiteral()) CheckUnfoundName(attribute.name);
+  }
 }
 
-void VXNodePtr::GetStringList(std::u16string_view name, bool required,
+std::optional<AttributeText> VXNodePtr::FindStringConverted(const Peeked& attribute) const {
+  if (!attribute.found || attribute.type == VXN_EMPTY) return std::nullopt;
+  return TextFrom(*this, attribute.name, {attribute.type, attribute.data});
+}
+
+AttributeText VXNodePtr::GetStringViewConverted(const Peeked& attribute) const {
+  if (!attribute.found) ThrowMissing(*this, u"attribute", attribute.name);
+  return TextFrom(*this, attribute.name, {attribute.type, attribute.data});
+}
+
+bool VXNodePtr::GetBoolConverted(const Peeked& attribute) const {
+  return Scalar<uint8_t>(*this, attribute.name, {attribute.type, attribute.data}, VXN_BOOL) != 0;
+}
+
+std::optional<AttributeText> VXNodePtr::FindString(NodeName name) const {
+  Stored stored;
+  if (!Peek(*this, name, stored) || stored.IsEmpty()) return std::nullopt;
+  return TextFrom(*this, name, stored);
+}
+
+AttributeText VXNodePtr::GetStringView(NodeName name) const {
+  return TextFrom(*this, name, PeekRequired(*this, name));
+}
+
+AttributeText VXNodePtr::GetStringView(NodeName name, std::u16string_view defaultValue) const {
+  Stored stored;
+  if (!Peek(*this, name, stored) || stored.IsEmpty()) return AttributeText(defaultValue);
+  return TextFrom(*this, name, stored);
+}
+
+int32_t VXNodePtr::GetInt32(NodeName name) const {
+  return RequiredScalar<int32_t>(*this, name, VXN_INT32);
+}
+int32_t VXNodePtr::GetInt32(NodeName name, int32_t defaultValue) const {
+  return ScalarOr<int32_t>(*this, name, VXN_INT32, defaultValue);
+}
+uint32_t VXNodePtr::GetUInt32(NodeName name) const {
+  return RequiredScalar<uint32_t>(*this, name, VXN_UINT32);
+}
+uint32_t VXNodePtr::GetUInt32(NodeName name, uint32_t defaultValue) const {
+  return ScalarOr<uint32_t>(*this, name, VXN_UINT32, defaultValue);
+}
+int64_t VXNodePtr::GetInt64(NodeName name, int64_t defaultValue) const {
+  return ScalarOr<int64_t>(*this, name, VXN_INT64, defaultValue);
+}
+bool VXNodePtr::GetBool(NodeName name) const {
+  return RequiredScalar<uint8_t>(*this, name, VXN_BOOL) != 0;
+}
+bool VXNodePtr::GetBool(NodeName name, bool defaultValue) const {
+  return ScalarOr<uint8_t>(*this, name, VXN_BOOL, defaultValue ? 1 : 0) != 0;
+}
+GUID VXNodePtr::GetGuid(NodeName name) const { return RequiredScalar<GUID>(*this, name, VXN_GUID); }
+
+void VXNodePtr::GetStringList(NodeName name, bool required,
                               std::vector<std::u16string>& out) const {
   out.clear();
-  if (!HasAttribute(name)) {
+  Stored stored;
+  if (!Peek(*this, name, stored)) {
     if (required) ThrowMissing(*this, u"attribute", name);
     return;
   }
-  uint32_t type = VXN_STRING_LIST;
-  const std::vector<uint8_t> data = GetRaw(name, type);
-  const auto* chars = reinterpret_cast<const char16_t*>(data.data());
-  const size_t length = data.size() / sizeof(char16_t);
-  for (size_t start = 0, i = 0; i + 1 < length; ++i) {
-    if (chars[i] != 0) continue;
-    out.emplace_back(chars + start, i - start);
-    start = i + 1;
+  std::vector<uint8_t> converted;
+  if (stored.type != VXN_STRING_LIST) {
+    uint32_t type = VXN_STRING_LIST;
+    converted = GetRaw(name, type);
+    stored.data = converted;
   }
+  StringListView(stored.data).ForEach([&](std::u16string_view value) { out.emplace_back(value); });
 }
 
-std::vector<std::u16string> VXNodePtr::GetStringList(std::u16string_view name,
-                                                     bool required) const {
+std::vector<std::u16string> VXNodePtr::GetStringList(NodeName name, bool required) const {
   std::vector<std::u16string> out;
   GetStringList(name, required, out);
   return out;
 }
 
-void VXNodePtr::SetAttribute(std::u16string_view name, uint32_t type, const void* data,
-                             uint32_t size) const {
-  Check(VxnSetAttribute(handle_, Terminated(name).c_str(), type, data, size));
+void VXNodePtr::SetAttribute(NodeName name, uint32_t type, const void* data, uint32_t size) const {
+  const HRESULT status = VxnSetAttributeN(handle_, name, type, data, size);
+  if (Failed(status)) Fail(status, name);
 }
 
-void VXNodePtr::SetString(std::u16string_view name, std::u16string_view value) const {
-  const std::u16string text(value);
-  SetAttribute(name, VXN_STRING, text.c_str(),
-               static_cast<uint32_t>((text.size() + 1) * sizeof(char16_t)));
+void VXNodePtr::SetString(NodeName name, std::u16string_view value) const {
+  const HRESULT status = VxnSetStringAttributeN(handle_, name, value);
+  if (Failed(status)) Fail(status, name);
 }
-void VXNodePtr::SetInt32(std::u16string_view name, int32_t value) const {
+void VXNodePtr::TakeString(NodeName name, std::u16string&& value) const {
+  const HRESULT status = VxnTakeStringAttributeN(handle_, name, std::move(value));
+  if (Failed(status)) Fail(status, name);
+}
+void VXNodePtr::SetInt32(NodeName name, int32_t value) const {
   SetAttribute(name, VXN_INT32, &value, 4);
 }
-void VXNodePtr::SetUInt32(std::u16string_view name, uint32_t value) const {
+void VXNodePtr::SetUInt32(NodeName name, uint32_t value) const {
   SetAttribute(name, VXN_UINT32, &value, 4);
 }
-void VXNodePtr::SetInt64(std::u16string_view name, int64_t value) const {
+void VXNodePtr::SetInt64(NodeName name, int64_t value) const {
   SetAttribute(name, VXN_INT64, &value, 8);
 }
-void VXNodePtr::SetBool(std::u16string_view name, bool value) const {
+void VXNodePtr::SetBool(NodeName name, bool value) const {
   const uint8_t byte = value ? 1 : 0;
   SetAttribute(name, VXN_BOOL, &byte, 1);
 }
-void VXNodePtr::SetGuid(std::u16string_view name, const GUID& value) const {
+void VXNodePtr::SetGuid(NodeName name, const GUID& value) const {
   SetAttribute(name, VXN_GUID, &value, sizeof value);
 }
 
-void VXNodePtr::SetStringList(std::u16string_view name,
-                              const std::vector<std::u16string>& values) const {
+void VXNodePtr::SetStringList(NodeName name, const std::vector<std::u16string>& values) const {
+  size_t size = values.empty() ? 0 : 1;
+  for (const auto& value : values) size += value.size() + 1;
   std::u16string list;
+  list.reserve(size);
   for (const auto& value : values) {
     // U+0000 ends an element in the list layout: it would split the value.
-    if (value.find(u'\0') != std::u16string::npos) {
+    if (HoldsNul(value)) {
       ThrowError(E_INVALIDARG,
                  u": an element of string list '" + std::u16string(name) + u"' holds U+0000");
     }
@@ -320,15 +428,15 @@ void VXNodePtr::SetStringList(std::u16string_view name,
                static_cast<uint32_t>(list.size() * sizeof(char16_t)));
 }
 
-VXNodePtr VXNodePtr::GetChild(std::u16string_view name, bool required) const {
+VXNodePtr VXNodePtr::GetChild(NodeName name, bool required) const {
   HVXNODE child = nullptr;
-  const HRESULT status = VxnGetChildByName(handle_, Terminated(name).c_str(), &child);
-  if (status == E_NOTFOUND) {
-    if (required) ThrowMissing(*this, u"child", name);
-    return VXNodePtr();
-  }
-  Check(status);
-  return VXNodePtr(child);
+  const HRESULT status = VxnGetChildByNameN(handle_, name, &child);
+  if (status == S_OK) [[likely]]
+    return VXNodePtr(child);
+  if (status != E_NOTFOUND) Fail(status, name);
+  CheckUnfoundName(name);
+  if (required) ThrowMissing(*this, u"child", name);
+  return VXNodePtr();
 }
 
 uint32_t VXNodePtr::ChildCount() const {
@@ -369,14 +477,13 @@ void VXNodePtr::ForEachChild(const std::function<void(const VXNodePtr&)>& functi
   for (uint32_t i = 0; i < count; ++i) function(ChildAt(i));
 }
 
-bool VXNodePtr::CompareAttribute(std::u16string_view name, const VXNodePtr& first,
-                                 const VXNodePtr& second, uint32_t flags) {
-  const auto firstType = first.GetAttributeType(name);
-  const auto secondType = second.GetAttributeType(name);
-  if (!firstType || !secondType) return !firstType && !secondType;
-  if (*firstType != *secondType) return false;
-  if ((flags & kCompareAsText) && *firstType == VXN_STRING)
-    return first.GetString(name) == second.GetString(name);
-  uint32_t type1 = *firstType, type2 = *secondType;
-  return first.GetRaw(name, type1) == second.GetRaw(name, type2);
+bool VXNodePtr::CompareAttribute(NodeName name, const VXNodePtr& first, const VXNodePtr& second,
+                                 uint32_t flags) {
+  Stored a, b;
+  const bool inFirst = Peek(first, name, a);
+  const bool inSecond = Peek(second, name, b);
+  if (!inFirst || !inSecond) return !inFirst && !inSecond;
+  if (a.type != b.type) return false;
+  if ((flags & kCompareAsText) && a.type == VXN_STRING) return a.Text() == b.Text();
+  return std::ranges::equal(a.data, b.data);
 }

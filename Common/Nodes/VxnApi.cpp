@@ -7,8 +7,10 @@
 #include <vector>
 
 #include "Common/ErrorHandling.h"
+#include "Common/TextUnits.h"
 #include "Common/Nodes/VxnAttributeConversion.h"
 #include "Common/Nodes/VxnNode.h"
+#include "Common/Nodes/VxnViewApi.h"
 
 namespace {
 
@@ -36,6 +38,33 @@ void Release(VxnNode* node) {
 std::optional<std::u16string> OptionalText(const char16_t* text) {
   if (!text) return std::nullopt;
   return std::u16string(text);
+}
+
+bool HoldsNul(std::u16string_view text) { return HasNulUnit(text); }
+
+HRESULT ViewText(const std::optional<std::u16string>& text, std::u16string_view* view) {
+  if (!view) return E_POINTER;
+  if (!text) return E_NOTFOUND;
+  *view = *text;
+  return S_OK;
+}
+
+HRESULT SetText(std::optional<std::u16string>& text, std::u16string_view value) {
+  if (HoldsNul(value)) return E_INVALIDARG;
+  if (text) {
+    text->assign(value);
+  } else {
+    text.emplace(value);
+  }
+  return S_OK;
+}
+
+// The attribute to store into: the one of that name, or a new one last.
+VxnAttribute* AttributeToSet(HVXNODE node, std::u16string_view name) {
+  if (VxnAttribute* found = node->attributes.Find(name)) return found;
+  // Stored names never hold U+0000, so only a new one needs the check.
+  if (HoldsNul(name)) return nullptr;
+  return &node->attributes.Add(name);
 }
 
 HRESULT GetText(const std::optional<std::u16string>& text, char16_t* buffer, uint32_t* size) {
@@ -238,66 +267,21 @@ HRESULT VxnGetChildByIndex(HVXNODE node, uint32_t index, HVXNODE* child) {
 }
 
 HRESULT VxnGetChildByName(HVXNODE node, const char16_t* name, HVXNODE* child) {
-  if (!node || !name || !child) return E_INVALIDARG;
-  const std::u16string_view wanted(name);
-  for (VxnNode* candidate : node->children) {
-    if (candidate->name && *candidate->name == wanted) {
-      AddRef(candidate);
-      *child = candidate;
-      return S_OK;
-    }
-  }
-  return E_NOTFOUND;
+  return name ? VxnGetChildByNameN(node, name, child) : E_INVALIDARG;
 }
 
 HRESULT VxnGetAttribute(HVXNODE node, const char16_t* name, uint32_t* type, void* buffer,
-                        uint32_t* size, uint32_t) {
-  if (!node || !name) return E_INVALIDARG;
-  const VxnAttribute* attribute = node->attributes.Find(name);
-  if (!attribute) return E_NOTFOUND;
-  if (!type && !buffer) {
-    if (size) *size = static_cast<uint32_t>(attribute->data.size());
-    return S_OK;
-  }
-  const uint32_t wanted = type && *type != VXN_EMPTY ? *type : attribute->type;
-  std::vector<uint8_t> converted;
-  const std::vector<uint8_t>* data = &attribute->data;
-  if (wanted != attribute->type) {
-    const HRESULT status = VxnConvertAttribute(attribute->type, attribute->data, wanted, converted);
-    if (Failed(status)) return status;
-    data = &converted;
-  }
-  if (type) *type = wanted;
-  if (!size) return buffer ? E_POINTER : S_OK;
-  const uint32_t needed = static_cast<uint32_t>(data->size());
-  if (!buffer) {
-    *size = needed;
-    return S_OK;
-  }
-  if (*size < needed) {
-    *size = needed;
-    return E_INSUFFICIENT_BUFFER;
-  }
-  if (needed) std::memcpy(buffer, data->data(), needed);
-  *size = needed;
-  return S_OK;
+                        uint32_t* size, uint32_t options) {
+  return name ? VxnGetAttributeN(node, name, type, buffer, size, options) : E_INVALIDARG;
 }
 
 HRESULT VxnSetAttribute(HVXNODE node, const char16_t* name, uint32_t type, const void* data,
                         uint32_t size) {
-  if (!node || !name || (!data && size) || !VxnIsKnownType(type)) return E_INVALIDARG;
-  const auto* bytes = static_cast<const uint8_t*>(data);
-  std::vector<uint8_t> value(bytes, bytes + size);
-  if (!VxnIsValidLayout(type, value)) return E_INVALIDARG;
-  VxnAttribute& attribute = node->attributes.FindOrAdd(name);
-  attribute.type = type;
-  attribute.data = std::move(value);
-  return S_OK;
+  return name ? VxnSetAttributeN(node, name, type, data, size) : E_INVALIDARG;
 }
 
-HRESULT VxnDeleteAttribute(HVXNODE node, const char16_t* name, uint32_t) {
-  if (!node || !name) return E_INVALIDARG;
-  return node->attributes.Erase(name) ? S_OK : E_NOTFOUND;
+HRESULT VxnDeleteAttribute(HVXNODE node, const char16_t* name, uint32_t options) {
+  return name ? VxnDeleteAttributeN(node, name, options) : E_INVALIDARG;
 }
 
 HRESULT VxnGetAttributeNames(HVXNODE node, char16_t* buffer, uint32_t* size) {
@@ -322,3 +306,127 @@ HRESULT VxnGetAttributeNames(HVXNODE node, char16_t* buffer, uint32_t* size) {
 }
 
 }  // extern "C"
+
+HRESULT VxnCreateNodeN(std::u16string_view type, std::u16string_view name, HVXNODE* node) {
+  if (!node) return E_POINTER;
+  if (HoldsNul(type) || HoldsNul(name)) return E_INVALIDARG;
+  auto* created = new VxnNode;
+  if (!type.empty()) created->type.emplace(type);
+  if (!name.empty()) created->name.emplace(name);
+  *node = created;
+  return S_OK;
+}
+
+HRESULT VxnGetNodeNameN(HVXNODE node, std::u16string_view* name) {
+  return node ? ViewText(node->name, name) : E_INVALIDARG;
+}
+
+HRESULT VxnGetNodeTypeN(HVXNODE node, std::u16string_view* type) {
+  return node ? ViewText(node->type, type) : E_INVALIDARG;
+}
+
+HRESULT VxnGetNodeValueN(HVXNODE node, std::u16string_view* value) {
+  return node ? ViewText(node->value, value) : E_INVALIDARG;
+}
+
+HRESULT VxnSetNodeNameN(HVXNODE node, std::u16string_view name) {
+  return node ? SetText(node->name, name) : E_INVALIDARG;
+}
+
+HRESULT VxnSetNodeTypeN(HVXNODE node, std::u16string_view type) {
+  return node ? SetText(node->type, type) : E_INVALIDARG;
+}
+
+HRESULT VxnSetNodeValueN(HVXNODE node, std::u16string_view value) {
+  return node ? SetText(node->value, value) : E_INVALIDARG;
+}
+
+HRESULT VxnGetChildByNameN(HVXNODE node, std::u16string_view name, HVXNODE* child) {
+  if (!node || !child) return E_INVALIDARG;
+  for (VxnNode* candidate : node->children) {
+    if (candidate->name && *candidate->name == name) {
+      AddRef(candidate);
+      *child = candidate;
+      return S_OK;
+    }
+  }
+  return E_NOTFOUND;
+}
+
+HRESULT VxnPeekAttributeN(HVXNODE node, std::u16string_view name, uint32_t* type,
+                          std::span<const uint8_t>* data) {
+  if (!node || !type || !data) return E_INVALIDARG;
+  const VxnAttribute* attribute = node->attributes.Find(name);
+  if (!attribute) return E_NOTFOUND;
+  *type = attribute->type;
+  *data = attribute->value.Bytes();
+  return S_OK;
+}
+
+HRESULT VxnGetAttributeN(HVXNODE node, std::u16string_view name, uint32_t* type, void* buffer,
+                         uint32_t* size, uint32_t) {
+  if (!node) return E_INVALIDARG;
+  const VxnAttribute* attribute = node->attributes.Find(name);
+  if (!attribute) return E_NOTFOUND;
+  std::span<const uint8_t> data = attribute->value.Bytes();
+  if (!type && !buffer) {
+    if (size) *size = static_cast<uint32_t>(data.size());
+    return S_OK;
+  }
+  const uint32_t wanted = type && *type != VXN_EMPTY ? *type : attribute->type;
+  std::vector<uint8_t> converted;
+  if (wanted != attribute->type) {
+    const HRESULT status = VxnConvertAttribute(attribute->type, data, wanted, converted);
+    if (Failed(status)) return status;
+    data = converted;
+  }
+  if (type) *type = wanted;
+  if (!size) return buffer ? E_POINTER : S_OK;
+  const uint32_t needed = static_cast<uint32_t>(data.size());
+  if (!buffer) {
+    *size = needed;
+    return S_OK;
+  }
+  if (*size < needed) {
+    *size = needed;
+    return E_INSUFFICIENT_BUFFER;
+  }
+  if (needed) std::memcpy(buffer, data.data(), needed);
+  *size = needed;
+  return S_OK;
+}
+
+HRESULT VxnSetAttributeN(HVXNODE node, std::u16string_view name, uint32_t type, const void* data,
+                         uint32_t size) {
+  if (!node || (!data && size) || !VxnIsKnownType(type)) return E_INVALIDARG;
+  const std::span<const uint8_t> value(static_cast<const uint8_t*>(data), size);
+  if (!VxnIsValidLayout(type, value)) return E_INVALIDARG;
+  VxnAttribute* attribute = AttributeToSet(node, name);
+  if (!attribute) return E_INVALIDARG;
+  attribute->type = type;
+  attribute->value.Assign(type, value);
+  return S_OK;
+}
+
+HRESULT VxnSetStringAttributeN(HVXNODE node, std::u16string_view name, std::u16string_view value) {
+  if (!node) return E_INVALIDARG;
+  VxnAttribute* attribute = AttributeToSet(node, name);
+  if (!attribute) return E_INVALIDARG;
+  attribute->type = VXN_STRING;
+  attribute->value.AssignText(value);
+  return S_OK;
+}
+
+HRESULT VxnTakeStringAttributeN(HVXNODE node, std::u16string_view name, std::u16string&& value) {
+  if (!node) return E_INVALIDARG;
+  VxnAttribute* attribute = AttributeToSet(node, name);
+  if (!attribute) return E_INVALIDARG;
+  attribute->type = VXN_STRING;
+  attribute->value.AssignText(std::move(value));
+  return S_OK;
+}
+
+HRESULT VxnDeleteAttributeN(HVXNODE node, std::u16string_view name, uint32_t) {
+  if (!node) return E_INVALIDARG;
+  return node->attributes.Erase(name) ? S_OK : E_NOTFOUND;
+}

@@ -180,7 +180,7 @@ bool Encode(const Scalar& s, uint32_t to, std::vector<uint8_t>& out) {
 
 // Calls `each(pointer, textLength)` for every element of a list.
 template <typename Each>
-void ForEachElement(uint32_t scalarType, const std::vector<uint8_t>& data, Each each) {
+void ForEachElement(uint32_t scalarType, std::span<const uint8_t> data, Each each) {
   if (scalarType != VXN_STRING) {
     const size_t size = ElementSize(scalarType);
     for (size_t offset = 0; offset + size <= data.size(); offset += size) each(data.data() + offset, 0);
@@ -199,7 +199,7 @@ void ForEachElement(uint32_t scalarType, const std::vector<uint8_t>& data, Each 
 
 }  // namespace
 
-bool VxnIsValidLayout(uint32_t type, const std::vector<uint8_t>& data) {
+bool VxnIsValidLayout(uint32_t type, std::span<const uint8_t> data) {
   const uint32_t scalar = type & ~static_cast<uint32_t>(VXN_LIST);
   const bool list = (type & VXN_LIST) != 0;
   if (type == VXN_EMPTY) return data.empty();
@@ -216,11 +216,11 @@ bool VxnIsValidLayout(uint32_t type, const std::vector<uint8_t>& data) {
          Load<char16_t>(data.data() + data.size() - 4) == 0;
 }
 
-HRESULT VxnConvertAttribute(uint32_t from, const std::vector<uint8_t>& data, uint32_t to,
+HRESULT VxnConvertAttribute(uint32_t from, std::span<const uint8_t> data, uint32_t to,
                             std::vector<uint8_t>& out) {
   out.clear();
   if (from == to) {
-    out = data;
+    out.assign(data.begin(), data.end());
     return S_OK;
   }
   const bool fromList = (from & VXN_LIST) != 0;

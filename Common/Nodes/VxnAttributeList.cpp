@@ -9,29 +9,20 @@ VxnAttributeList& VxnAttributeList::operator=(const VxnAttributeList& other) {
   return *this;
 }
 
-size_t VxnAttributeList::Position(std::u16string_view name) const {
-  if (index_) {
-    const auto it = index_->find(name);
-    return it == index_->end() ? entries_.size() : it->second;
-  }
-  for (size_t i = 0; i < entries_.size(); ++i) {
-    if (entries_[i].name == name) return i;
-  }
-  return entries_.size();
-}
-
-const VxnAttribute* VxnAttributeList::Find(std::u16string_view name) const {
-  const size_t position = Position(name);
-  return position < entries_.size() ? &entries_[position] : nullptr;
-}
-
-VxnAttribute* VxnAttributeList::Find(std::u16string_view name) {
-  const size_t position = Position(name);
-  return position < entries_.size() ? &entries_[position] : nullptr;
+size_t VxnAttributeList::IndexedPosition(std::u16string_view name) const {
+  const auto it = index_->find(name);
+  return it == index_->end() ? entries_.size() : it->second;
 }
 
 VxnAttribute& VxnAttributeList::FindOrAdd(std::u16string_view name) {
   if (VxnAttribute* found = Find(name)) return *found;
+  return Add(name);
+}
+
+VxnAttribute& VxnAttributeList::Add(std::u16string_view name) {
+  // Most nodes get a handful of attributes: room for four spares the first
+  // growth steps.
+  if (entries_.empty()) entries_.reserve(4);
   entries_.push_back({std::u16string(name), 0, {}});
   if (index_) {
     index_->emplace(entries_.back().name, entries_.size() - 1);

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -21,10 +22,13 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Common/Nodes/VxnValue.h"
+#include "Common/TextUnits.h"
+
 struct VxnAttribute {
   std::u16string name;
-  uint32_t type = 0;          // VXN_EMPTY
-  std::vector<uint8_t> data;  // the value in the layout of its type code
+  uint32_t type = 0;  // VXN_EMPTY
+  VxnValue value;     // in the layout of its type code
 };
 
 class VxnAttributeList {
@@ -38,11 +42,20 @@ class VxnAttributeList {
   VxnAttributeList& operator=(VxnAttributeList&&) noexcept = default;
   ~VxnAttributeList() = default;
 
-  // Null when there is no attribute of that name.
-  const VxnAttribute* Find(std::u16string_view name) const;
-  VxnAttribute* Find(std::u16string_view name);
+  // Null when there is no attribute of that name. Inline: every read of an
+  // attribute comes through here.
+  const VxnAttribute* Find(std::u16string_view name) const {
+    const size_t position = Position(name);
+    return position < entries_.size() ? &entries_[position] : nullptr;
+  }
+  VxnAttribute* Find(std::u16string_view name) {
+    const size_t position = Position(name);
+    return position < entries_.size() ? &entries_[position] : nullptr;
+  }
   // The attribute of that name; a missing one is added last, with type 0.
   VxnAttribute& FindOrAdd(std::u16string_view name);
+  // Adds an attribute the list does not hold, last, with type 0.
+  VxnAttribute& Add(std::u16string_view name);
   // False when there is no attribute of that name.
   bool Erase(std::u16string_view name);
 
@@ -60,7 +73,19 @@ class VxnAttributeList {
   };
   using Index = std::unordered_map<std::u16string, size_t, Hash, std::equal_to<>>;
 
-  size_t Position(std::u16string_view name) const;  // size() when missing
+  // size() when missing.
+  size_t Position(std::u16string_view name) const {
+    if (index_) return IndexedPosition(name);
+    const VxnAttribute* const first = entries_.data();
+    const VxnAttribute* const end = first + entries_.size();
+    for (const VxnAttribute* entry = first; entry != end; ++entry) {
+      if (EqualUnits(entry->name, name)) {
+        return static_cast<size_t>(entry - first);
+      }
+    }
+    return entries_.size();
+  }
+  size_t IndexedPosition(std::u16string_view name) const;
   void Reindex();
 
   std::vector<VxnAttribute> entries_;

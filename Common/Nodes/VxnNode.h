@@ -1,7 +1,9 @@
 #pragma once
 
-// The node library's own representation of a node. Only the library's
-// operations (VxnApi.cpp and the serialisation) see it.
+// The node library's own representation of a node. Only the library sees
+// it: its operations (VxnApi.cpp, the serialisation) and, for the look-up
+// that every typed read begins with, VXNodePtr's readers, which find an
+// attribute here inline instead of through a call.
 
 #include <atomic>
 #include <cstdint>

@@ -11,9 +11,12 @@ CProcessorsManager& CProcessorsManager::Instance() {
   return *instance;
 }
 
-void CProcessorsManager::Initialize(const VXNodePtr& config) { Initialize(config, ProcessorTable()); }
+void CProcessorsManager::Initialize(const VXNodePtr& config) {
+  Initialize(config, ProcessorTable());
+}
 
-void CProcessorsManager::Initialize(const VXNodePtr& config, const std::vector<ProcessorTableRow>& table) {
+void CProcessorsManager::Initialize(const VXNodePtr& config,
+                                    const std::vector<ProcessorTableRow>& table) {
   VX_LOG_SCOPE(Severity::DBG, "CProcessorsManager::Initialize");
   processors_.clear();
   for (const auto& row : table) {
@@ -27,13 +30,13 @@ void CProcessorsManager::Initialize(const VXNodePtr& config, const std::vector<P
 
 void CProcessorsManager::ProcessVariable(VXNodePtr& request, const VXNodePtr& variable,
                                          std::u16string_view alias, std::u16string& text) {
-  auto processor = Find(alias);
-  if (!processor) Check(E_INVALIDARG);
-  Check(processor->ProcessNode(request, variable, text));
+  const auto it = processors_.find(alias);
+  if (it == processors_.end()) Check(E_INVALIDARG);
+  Check(it->second->ProcessNode(request, variable, text));
 }
 
 std::shared_ptr<IVariableProcessor> CProcessorsManager::Find(std::u16string_view alias) const {
-  auto it = processors_.find(std::u16string(alias));
+  const auto it = processors_.find(alias);
   return it == processors_.end() ? nullptr : it->second;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +18,8 @@ namespace QueriesProcessing {
 // Initialize walks the token table in order; a token whose configuration
 // child (found by node name) is missing gets no processor. ProcessVariable
 // runs exactly the processor named; it never scans the text.
+//
+// Tokens are looked up as views: a call builds no key string.
 //
 // No lock of its own: both operations run under the engine's lock.
 class CProcessorsManager {
@@ -42,7 +45,16 @@ class CProcessorsManager {
  private:
   CProcessorsManager() = default;
 
-  std::unordered_map<std::u16string, std::shared_ptr<IVariableProcessor>> processors_;
+  struct TokenHash {
+    using is_transparent = void;
+    size_t operator()(std::u16string_view token) const {
+      return std::hash<std::u16string_view>()(token);
+    }
+  };
+
+  std::unordered_map<std::u16string, std::shared_ptr<IVariableProcessor>, TokenHash,
+                     std::equal_to<>>
+      processors_;
 };
 
 }  // namespace QueriesProcessing

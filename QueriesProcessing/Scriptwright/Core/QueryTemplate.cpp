@@ -19,9 +19,8 @@ HRESULT CQueryTemplate::Run(VXNodePtr& request) const {
     if (!request.HasAttribute(u"LimitCountMembers")) request.SetInt32(u"LimitCountMembers", -1);
     const bool mergeDatasets = request.GetBool(u"MergeDatasets", true);
     for (const auto& command : commands_) {
-      const std::u16string text = command->GenerateText(request);
       VXNodePtr result = VXNodePtr::Create(u"", u"Command");
-      result.SetString(u"SQL_Command", text);
+      result.TakeString(u"SQL_Command", command->GenerateText(request));
       result.SetBool(u"no_result", command->noResult());
       result.SetBool(u"final", command->isFinal());
       result.SetBool(u"always_execute", command->alwaysExecute());

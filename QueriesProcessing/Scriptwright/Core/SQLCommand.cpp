@@ -8,29 +8,9 @@ namespace QueriesProcessing {
 namespace {
 
 constexpr std::u16string_view kCurrentCommand = u"CurrentCommand";
+constexpr size_t kGrowthRoom = 256;
 
 }  // namespace
-
-std::u16string CleanCommandText(std::u16string_view text) {
-  // Deleting each "  " and searching on from the same place pairs up the
-  // spaces of a run from its start: an even run vanishes, an odd one leaves
-  // one space. Counting the run gives the same result in one pass.
-  std::u16string out;
-  out.reserve(text.size());
-  size_t spaces = 0;
-  for (char16_t c : text) {
-    if (c == u'\t') continue;
-    if (c == u' ') {
-      ++spaces;
-      continue;
-    }
-    if (spaces % 2) out += u' ';
-    spaces = 0;
-    out += c;
-  }
-  if (spaces % 2) out += u' ';
-  return out;
-}
 
 CSQLCommand::CSQLCommand(const VXNodePtr& node) {
   const uint32_t count = node.ChildCount();
@@ -68,17 +48,26 @@ std::u16string CSQLCommand::GenerateText(VXNodePtr& request) const {
 
 std::u16string CSQLCommand::GenerateOwnText(VXNodePtr& request) const {
   VX_LOG_SCOPE(Severity::DBG2, "CSQLCommand::GenerateText");
-  const std::u16string previous = request.GetString(kCurrentCommand, u"");
+  std::u16string previous = request.GetString(kCurrentCommand, u"");
   request.SetString(kCurrentCommand, name_);
-  std::u16string text;
-  text.reserve(text_.size() + name_.size() + 12);
-  text.append(u"\n/***\n").append(name_).append(u"\n***/\n").append(text_);
+  std::u16string text = WorkingText();
   auto& manager = CProcessorsManager::Instance();
   for (const auto& entry : processors_) {
     manager.ProcessVariable(request, entry.node, entry.alias, text);
     VX_LOG(Severity::DBG, u"***********Processor:" << entry.alias << u" Result:" << text);
   }
-  request.SetString(kCurrentCommand, previous);
+  request.TakeString(kCurrentCommand, std::move(previous));
+  return text;
+}
+
+std::u16string CSQLCommand::WorkingText() const {
+  constexpr std::u16string_view kOpen = u"\n/***\n", kClose = u"\n***/\n";
+  const size_t size = kOpen.size() + name_.size() + kClose.size() + text_.size();
+  // Processors mostly make the text longer; room for half as much again
+  // spares most of the reallocations on the way.
+  std::u16string text;
+  text.reserve(size + size / 2 + kGrowthRoom);
+  text.append(kOpen).append(name_).append(kClose).append(text_);
   return text;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Common/Nodes/VXNodePtr.h"
+#include "QueriesProcessing/Scriptwright/Core/CommandTextCleanup.h"
 #include "QueriesProcessing/Scriptwright/Core/VariableEntry.h"
 
 namespace QueriesProcessing {
@@ -19,9 +20,10 @@ namespace QueriesProcessing {
 //   variables            string list of tokens, read only without the child
 //   no_result (true), final, multiple_dataset, always_execute (false)
 //
-// The text is cleaned once: tabs are removed, then every pair of spaces, so
-// "SELECT   1" becomes "SELECT 1" and "SELECT  1" becomes "SELECT1". Line
-// breaks stay; template authors separate words by one space or a new line.
+// The text is cleaned once (CleanCommandText): tabs are removed, then every
+// pair of spaces, so "SELECT   1" becomes "SELECT 1" and "SELECT  1" becomes
+// "SELECT1". Line breaks stay; template authors separate words by one space
+// or a new line.
 //
 // GenerateText runs the listed processors over "\n/***\n<name>\n***/\n" +
 // text, in list order; a command with parts returns its parts' texts joined
@@ -48,6 +50,8 @@ class CSQLCommand {
  private:
   void ReadProcessors(const VXNodePtr& node);
   std::u16string GenerateOwnText(VXNodePtr& request) const;
+  // The banner and the text, in a buffer with room to grow.
+  std::u16string WorkingText() const;
 
   std::u16string text_;
   std::u16string name_;
@@ -58,8 +62,5 @@ class CSQLCommand {
   bool alwaysExecute_ = false;
   std::vector<VariableEntry> processors_;
 };
-
-// Removes every tab, then every pair of spaces, in one pass.
-std::u16string CleanCommandText(std::u16string_view text);
 
 }  // namespace QueriesProcessing

@@ -17,11 +17,12 @@ constexpr std::pair<std::u16string_view, std::u16string_view> kLightTemplates[] 
      u"query_all_data_by_rid_with_cm_sort_while_light_with_classes"},
 };
 
-// Depth first, the node itself first; the walk always runs to its end.
-bool AnyComplexColumn(const VXNodePtr& node, const std::unordered_set<std::u16string>& names) {
+// Depth first, the node itself first; the walk always runs to its end, so
+// every `Columnn` is read and one that cannot be read as text fails the
+// request whichever template it names.
+bool AnyComplexColumn(const VXNodePtr& node, const TextSet& names) {
   bool found = false;
-  std::u16string column;
-  if (node.TryGetString(u"Columnn", column)) found = names.count(column) != 0;
+  if (const auto column = node.FindString(u"Columnn")) found = names.contains(column->view());
   const uint32_t count = node.ChildCount();
   for (uint32_t i = 0; i < count; ++i) found = AnyComplexColumn(node.ChildAt(i), names) || found;
   return found;
@@ -57,13 +58,15 @@ HRESULT CScriptwrightImpl::Prepare(VXNodePtr& request) {
 }
 
 const CQueryTemplate& CScriptwrightImpl::ChooseTemplate(VXNodePtr& request) const {
-  const std::u16string name = request.GetString(u"Query_Template_Name");
-  auto found = templates_.find(name);
-  if (found == templates_.end()) ThrowError(E_INVALIDARG, u": no query template '" + name + u"' in the catalogue");
+  const AttributeText name = request.GetStringView(u"Query_Template_Name");
+  auto found = templates_.find(name.view());
+  if (found == templates_.end()) {
+    ThrowError(E_INVALIDARG, u": no query template '" + name.str() + u"' in the catalogue");
+  }
   if (HasComplexConditions(request)) return *found->second;
   for (const auto& [full, light] : kLightTemplates) {
     if (name != full) continue;
-    auto lightFound = templates_.find(std::u16string(light));
+    auto lightFound = templates_.find(light);
     if (lightFound == templates_.end()) {
       ThrowError(E_INVALIDARG, u": no light query template '" + std::u16string(light) + u"' in the catalogue");
     }

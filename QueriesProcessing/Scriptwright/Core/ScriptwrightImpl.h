@@ -5,10 +5,10 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <unordered_set>
 
 #include "Common/ErrorHandling.h"
 #include "Common/Nodes/VXNodePtr.h"
+#include "Common/TextHash.h"
 #include "QueriesProcessing/Scriptwright/Core/QueryTemplate.h"
 
 namespace QueriesProcessing {
@@ -43,8 +43,8 @@ class CScriptwrightImpl {
   const CQueryTemplate& ChooseTemplate(VXNodePtr& request) const;
   void ExpandContinuousPage(const VXNodePtr& request) const;
 
-  std::unordered_set<std::u16string> complexConditionNames_;
-  std::map<std::u16string, std::shared_ptr<CQueryTemplate>> templates_;
+  TextSet complexConditionNames_;
+  std::map<std::u16string, std::shared_ptr<CQueryTemplate>, std::less<>> templates_;
   uint32_t pageExpandSize_ = 1000;
   std::mutex lock_;
 };

@@ -1,5 +1,6 @@
 #include "QueriesProcessing/Scriptwright/Shaping/ConditionsProcessor.h"
 
+#include <optional>
 #include <vector>
 
 #include "Common/FormatString.h"
@@ -7,19 +8,58 @@
 #include "Common/OperationFrame.h"
 #include "Common/SqlText.h"
 #include "Common/Text.h"
+#include "Common/TextBuilder.h"
+#include "Common/TextUnits.h"
+#include "QueriesProcessing/Scriptwright/Shaping/InListWriter.h"
 
 namespace QueriesProcessing {
 
+using namespace std::string_view_literals;
+
 namespace {
 
+// Room for the text that follows a predicate, so that writing it after a
+// large predicate does not copy everything again.
+constexpr size_t kClauseRoom = 256;
+
 // A per-use attribute, with type 0 counting as absent.
-std::u16string UseAttribute(const VXNodePtr& variable, std::u16string_view name, std::u16string_view fallback) {
-  return variable ? variable.GetString(name, fallback) : std::u16string(fallback);
+AttributeText UseAttribute(const VXNodePtr& variable, std::u16string_view name,
+                           std::u16string_view fallback) {
+  return variable ? variable.GetStringView(name, fallback) : AttributeText(fallback);
 }
 
-std::u16string AliasPrefix(const VXNodePtr& node) {
-  std::u16string alias;
-  return node.TryGetString(u"AliasTable", alias) ? EscapeColumnName(alias) + u"." : std::u16string();
+// Operands of AND and OR tend to be alike: after the first, room for the
+// others at its length spares the growing text most of its copies. A long
+// first operand (an IN list, say) says nothing of the rest and is not taken
+// as their measure.
+void MakeRoomForOperands(std::u16string& out, size_t firstLength, uint32_t others) {
+  constexpr size_t kLongOperand = 1024;
+  if (others == 0 || firstLength > kLongOperand) return;
+  // A quarter more than the first's length: later operands often hold
+  // longer values (higher numbers, say).
+  out.reserve(out.size() + (firstLength + firstLength / 4 + 8) * others + kClauseRoom);
+}
+
+void Append(std::u16string& out, std::u16string_view piece) { out.append(piece); }
+
+// "[alias]." or nothing.
+size_t AliasSize(const std::optional<AttributeText>& alias) {
+  return alias ? EscapedColumnNameSize(*alias) + 1 : 0;
+}
+
+char16_t* WriteAlias(char16_t* at, const std::optional<AttributeText>& alias) {
+  if (!alias) return at;
+  at = WriteEscapedColumnName(at, *alias);
+  *at++ = u'.';
+  return at;
+}
+
+size_t ColumnSize(std::u16string_view column, bool bracket) {
+  return bracket ? EscapedColumnNameSize(column) : column.size();
+}
+
+char16_t* WriteColumn(char16_t* at, std::u16string_view column, bool bracket) {
+  return bracket ? WriteEscapedColumnName(at, column) : WriteText(at, column);
 }
 
 }  // namespace
@@ -34,122 +74,204 @@ HRESULT CConditionsProcessor::Initialize(const VXNodePtr& config) {
   });
 }
 
-HRESULT CConditionsProcessor::ProcessNode(VXNodePtr& request, const VXNodePtr& variable, std::u16string& text) {
+HRESULT CConditionsProcessor::ProcessNode(VXNodePtr& request, const VXNodePtr& variable,
+                                          std::u16string& text) {
   VX_LOG_SCOPE(Severity::DBG, "CConditionsProcessor::ProcessNode");
   return OperationFrame("CConditionsProcessor::ProcessNode", [&] {
-    const VXNodePtr clauses[] = {request.GetChild(u"Conditions"), request.GetChild(u"HavingRoot")};
-    const std::u16string tokens[] = {UseAttribute(variable, u"ConditionClauseAlias", u"%CONDITION%"),
-                                     UseAttribute(variable, u"HavingClauseAlias", u"%HAVING%")};
+    const VXNodePtr conditions = request.GetChild(u"Conditions");
+    const VXNodePtr having = request.GetChild(u"HavingRoot");
+    const AttributeText conditionToken =
+        UseAttribute(variable, u"ConditionClauseAlias", u"%CONDITION%"sv);
+    const AttributeText havingToken = UseAttribute(variable, u"HavingClauseAlias", u"%HAVING%"sv);
     BeforeConditions(request);
-    std::u16string result = text;  // the caller's text stays whole if a clause fails
-    for (int i = 0; i < 2; ++i) {
-      const std::u16string predicate = clauses[i] ? BuildConditionText(clauses[i], request) : u"(1=1)";
-      ReplaceAll(result, tokens[i], predicate);
-    }
-    text = FinishConditionText(request, result);
+    // `text` stays whole until the end: a failing clause leaves it as it was.
+    std::u16string result;
+    if (!WriteClause(text, conditionToken, conditions, request, result)) result = text;
+    std::u16string withHaving;
+    if (WriteClause(result, havingToken, having, request, withHaving)) result.swap(withHaving);
+    FinishConditionText(request, result);
+    text.swap(result);
   });
+}
+
+bool CConditionsProcessor::WriteClause(std::u16string_view source, std::u16string_view token,
+                                       const VXNodePtr& clause, const VXNodePtr& request,
+                                       std::u16string& out) {
+  size_t at = token.empty() ? std::u16string_view::npos : FindToken(source, token, 0);
+  if (at == std::u16string_view::npos) {
+    std::u16string unused;
+    BuildClause(clause, request, unused);
+    return false;
+  }
+  out.clear();
+  out.reserve(source.size() + kClauseRoom);
+  out.append(source.substr(0, at));
+  const size_t start = out.size();
+  BuildClause(clause, request, out);
+  const size_t length = out.size() - start;
+  for (;;) {
+    const size_t from = at + token.size();
+    at = FindToken(source, token, from);
+    out.append(source.substr(from, at == std::u16string_view::npos ? at : at - from));
+    if (at == std::u16string_view::npos) return true;
+    // Copying from `out` itself is safe: append reads its source before it
+    // lets go of old memory.
+    out.append(out, start, length);
+  }
+}
+
+void CConditionsProcessor::BuildClause(const VXNodePtr& clause, const VXNodePtr& request,
+                                       std::u16string& out) {
+  if (clause) {
+    BuildConditionText(clause, request, out);
+  } else {
+    Append(out, u"(1=1)"sv);
+  }
 }
 
 void CConditionsProcessor::BeforeConditions(const VXNodePtr&) {}
 
-std::u16string CConditionsProcessor::FinishConditionText(const VXNodePtr&, const std::u16string& text) {
-  return text;
-}
+void CConditionsProcessor::FinishConditionText(const VXNodePtr&, std::u16string&) {}
 
-std::u16string CConditionsProcessor::BuildConditionText(const VXNodePtr& node, const VXNodePtr& request) {
-  const std::u16string type = node.GetType();
-  if (type == u"ConditionValues") return BuildComparison(node, node.GetString(u"Comparator", u"="));
-  if (type == u"ConditionTimeValues") {
+void CConditionsProcessor::BuildConditionText(const VXNodePtr& node, const VXNodePtr& request,
+                                              std::u16string& out) {
+  const std::u16string_view type = node.TypeView();
+  if (EqualUnits(type, u"ConditionValues"sv)) {
+    WriteComparison(node, out);
+  } else if (EqualUnits(type, u"ConditionTimeValues"sv)) {
     ApplyTimeOffset(node, request);
-    return BuildComparison(node, node.GetString(u"Comparator", u"="));
-  }
-  if (type == u"ConditionBool") return node.GetBool(u"Value", false) ? u" (1=1) " : u" (2=1) ";
-  if (type == u"Condition") return BuildOperator(node, request);
-  if (type == u"ConditionsRoot") {
+    WriteComparison(node, out);
+  } else if (EqualUnits(type, u"ConditionBool"sv)) {
+    Append(out, node.GetBool(u"Value", false) ? u" (1=1) "sv : u" (2=1) "sv);
+  } else if (EqualUnits(type, u"Condition"sv)) {
+    BuildOperator(node, request, out);
+  } else if (EqualUnits(type, u"ConditionsRoot"sv)) {
     const uint32_t count = node.ChildCount();
-    if (count == 0) return u" (1=1) ";
-    std::u16string text;
-    for (uint32_t i = 0; i < count; ++i) text += BuildConditionText(node.ChildAt(i), request);
-    return text;
+    if (count == 0) Append(out, u" (1=1) "sv);
+    for (uint32_t i = 0; i < count; ++i) BuildConditionText(node.ChildAt(i), request, out);
   }
-  return u"";
 }
 
-std::u16string CConditionsProcessor::BuildOperator(const VXNodePtr& node, const VXNodePtr& request) {
-  const std::u16string op = node.GetString(u"operator");
-  if (op == u"AND" || op == u"OR") {
+void CConditionsProcessor::BuildOperator(const VXNodePtr& node, const VXNodePtr& request,
+                                         std::u16string& out) {
+  const AttributeText op = node.GetStringView(u"operator");
+  if (op == u"AND"sv || op == u"OR"sv) {
+    const std::u16string_view separator = op == u"AND"sv ? u" AND "sv : u" OR "sv;
     const uint32_t count = node.ChildCount();
-    if (count == 0) return u" (1=1) ";
-    std::vector<std::u16string> parts;
-    parts.reserve(count);
-    for (uint32_t i = 0; i < count; ++i) parts.push_back(BuildConditionText(node.ChildAt(i), request));
-    return u" (" + JoinStrings(parts, u" " + op + u" ") + u") ";
-  }
-  if (op == u"IN" || op == u"NOT IN") return node.ChildCount() ? BuildInList(node.ChildAt(0), op) : u"(1=1)";
-  if (op == u"NOT") {
-    return node.ChildCount() ? u" ( NOT" + BuildConditionText(node.ChildAt(0), request) + u" ) " : u"(1=1)";
-  }
-  return u"";
-}
-
-std::u16string CConditionsProcessor::BuildComparison(const VXNodePtr& node, const std::u16string& comparator) const {
-  std::u16string text = u" (" + AliasPrefix(node);
-  const std::u16string column = node.GetString(u"Columnn");
-  const bool bracket = !excludeColumnBracket_.count(column) && node.GetBool(u"EscapeRequired", true);
-  text += bracket ? EscapeColumnName(column) : column;
-  text += u" ";
-  text += comparator;
-  if (comparator != u" IS NULL" && comparator != u" IS NOT NULL") {
-    text += u" N'";
-    text += EscapeStringValue(node.GetString(u"Value"));
-    text += u"'";
-  }
-  text += u") ";
-  return text;
-}
-
-std::u16string CConditionsProcessor::BuildInList(const VXNodePtr& node, const std::u16string& op) const {
-  std::u16string text = u" (" + AliasPrefix(node);
-  const std::u16string column = node.GetString(u"Columnn");
-  text += node.GetBool(u"EscapeRequired", true) ? EscapeColumnName(column) : column;
-  text += u" " + op + u" (";
-  // Values are written straight from the list's stored form: an IN list may
-  // hold many thousands of them.
-  const auto type = node.GetAttributeType(u"Values");
-  if (!type) node.GetStringList(u"Values", true);  // raises the missing-attribute failure
-  uint32_t asText = VXN_STRING_LIST;
-  const std::vector<uint8_t> raw = node.GetRaw(u"Values", asText);
-  const bool quote = type != VXN_INT32_LIST && type != VXN_UINT32_LIST;
-  const std::u16string_view list(reinterpret_cast<const char16_t*>(raw.data()), raw.size() / sizeof(char16_t));
-  text.reserve(text.size() + list.size() + (quote ? list.size() / 2 : 0) + 8);
-  for (size_t start = 0; start + 1 < list.size();) {
-    const size_t end = list.find(u'\0', start);
-    if (start != 0) text += u',';
-    const std::u16string_view value = list.substr(start, end - start);
-    if (quote) {
-      text += u"N'";
-      // EscapeStringValue, copying the stretches between quotes in bulk.
-      for (size_t from = 0;;) {
-        const size_t quoteAt = value.find(u'\'', from);
-        text.append(value.substr(from, quoteAt == std::u16string_view::npos ? quoteAt : quoteAt + 1 - from));
-        if (quoteAt == std::u16string_view::npos) break;
-        text += u'\'';
-        from = quoteAt + 1;
-      }
-      text += u'\'';
-    } else {
-      text += value;
+    Append(out, u" ("sv);
+    if (count == 0) Append(out, u"1=1"sv);
+    // A separator goes before a child only once the text inside is not empty.
+    const size_t inner = out.size();
+    for (uint32_t i = 0; i < count; ++i) {
+      if (out.size() != inner) Append(out, separator);
+      BuildConditionText(node.ChildAt(i), request, out);
+      if (i == 0) MakeRoomForOperands(out, out.size() - inner, count - 1);
     }
-    start = end + 1;
+    Append(out, u") "sv);
+  } else if (op == u"IN"sv || op == u"NOT IN"sv) {
+    if (node.ChildCount()) {
+      BuildInList(node.ChildAt(0), op, out);
+    } else {
+      Append(out, u"(1=1)"sv);
+    }
+  } else if (op == u"NOT"sv) {
+    if (node.ChildCount()) {
+      Append(out, u" ( NOT"sv);
+      BuildConditionText(node.ChildAt(0), request, out);
+      Append(out, u" ) "sv);
+    } else {
+      Append(out, u"(1=1)"sv);
+    }
   }
-  text += u")) ";
-  return text;
+}
+
+bool CConditionsProcessor::IsExcluded(std::u16string_view column) const {
+  return !excludeColumnBracket_.empty() && excludeColumnBracket_.contains(column);
+}
+
+void CConditionsProcessor::WriteComparison(const VXNodePtr& node, std::u16string& out) const {
+  // A large tree holds many comparisons: their attributes are found in one
+  // pass, then read in the order a reading one by one would take.
+  VXNodePtr::Peeked attributes[] = {
+      {u"Comparator"}, {u"AliasTable"}, {u"Columnn"}, {u"EscapeRequired"}, {u"Value"}};
+  node.PeekAttributes(attributes);
+  const AttributeText comparator = node.GetStringView(attributes[0], u"="sv);
+  WriteComparison(node, comparator, std::span(attributes).subspan(1), out);
+}
+
+void CConditionsProcessor::BuildComparison(const VXNodePtr& node, std::u16string_view comparator,
+                                           std::u16string& out) const {
+  VXNodePtr::Peeked attributes[] = {{u"AliasTable"}, {u"Columnn"}, {u"EscapeRequired"}, {u"Value"}};
+  node.PeekAttributes(attributes);
+  WriteComparison(node, comparator, attributes, out);
+}
+
+void CConditionsProcessor::WriteComparison(const VXNodePtr& node, std::u16string_view comparator,
+                                           std::span<const VXNodePtr::Peeked> attributes,
+                                           std::u16string& out) const {
+  const std::optional<AttributeText> alias = node.FindString(attributes[0]);
+  const AttributeText column = node.GetStringView(attributes[1]);
+  const bool bracket = !IsExcluded(column) && node.GetBool(attributes[2], true);
+  std::optional<AttributeText> value;
+  if (comparator != u" IS NULL"sv && comparator != u" IS NOT NULL"sv) {
+    value = node.GetStringView(attributes[3]);
+  }
+  // Escaping at most doubles a text: a bound that needs no counting.
+  const size_t bound = 2 + (alias ? 2 * alias->size() + 3 : 0) + 2 * column.size() + 2 + 1 +
+                       comparator.size() + (value ? 2 * value->size() + 4 : 0) + 2;
+  AppendBounded(out, bound, [&](char16_t* at) {
+    at = WriteText(at, u" ("sv);
+    at = WriteAlias(at, alias);
+    at = WriteColumn(at, column, bracket);
+    *at++ = u' ';
+    at = WriteText(at, comparator);
+    if (value) {
+      *at++ = u' ';
+      at = WriteQuotedStringValue(at, *value);
+    }
+    return WriteText(at, u") "sv);
+  });
+}
+
+void CConditionsProcessor::BuildInList(const VXNodePtr& node, std::u16string_view op,
+                                       std::u16string& out) const {
+  const std::optional<AttributeText> alias = node.FindString(u"AliasTable");
+  const AttributeText column = node.GetStringView(u"Columnn");
+  const bool bracket = node.GetBool(u"EscapeRequired", true);
+  // Values are read straight from the list's stored form: an IN list may hold
+  // many thousands of them. Other list types are converted to text first;
+  // numbers of the two 32-bit types are written without quotes.
+  uint32_t type = VXN_EMPTY;
+  std::optional<std::span<const uint8_t>> stored = node.PeekRaw(u"Values", type);
+  std::vector<uint8_t> converted;
+  if (!stored || type != VXN_STRING_LIST) {
+    uint32_t asText = VXN_STRING_LIST;
+    converted = node.GetRaw(u"Values", asText);  // raises for a missing or unlisted value
+    stored = converted;
+  }
+  const InListWriter values(std::u16string_view(reinterpret_cast<const char16_t*>(stored->data()),
+                                                stored->size() / sizeof(char16_t)),
+                            type != VXN_INT32_LIST && type != VXN_UINT32_LIST);
+  const size_t size =
+      2 + AliasSize(alias) + ColumnSize(column, bracket) + 1 + op.size() + 2 + values.size() + 3;
+  char16_t* at = WriteText(GrowBy(out, size + InListWriter::kOverrun), u" ("sv);
+  at = WriteAlias(at, alias);
+  at = WriteColumn(at, column, bracket);
+  *at++ = u' ';
+  at = WriteText(at, op);
+  at = WriteText(at, u" ("sv);
+  at = values.Write(at);
+  WriteText(at, u")) "sv);
+  out.resize(out.size() - InListWriter::kOverrun);
 }
 
 void CConditionsProcessor::ApplyTimeOffset(const VXNodePtr& node, const VXNodePtr& request) const {
-  std::u16string part, offset;
-  if (!request.TryGetString(u"DateTimePart", part) || !request.TryGetString(u"DateTimeOffset", offset)) return;
-  node.SetString(u"Value", FormatString(u"DATEADD(%s, %s, %s)", part, offset, node.GetString(u"Value")));
+  const std::optional<AttributeText> part = request.FindString(u"DateTimePart");
+  if (!part) return;
+  const std::optional<AttributeText> offset = request.FindString(u"DateTimeOffset");
+  if (!offset) return;
+  node.SetString(u"Value", FormatString(u"DATEADD(%s, %s, %s)", part->view(), offset->view(),
+                                        node.GetStringView(u"Value").view()));
 }
 
 }  // namespace QueriesProcessing

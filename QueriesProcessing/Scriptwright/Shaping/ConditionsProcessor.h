@@ -1,8 +1,10 @@
 #pragma once
 
+#include <span>
 #include <string>
-#include <unordered_set>
+#include <string_view>
 
+#include "Common/TextHash.h"
 #include "QueriesProcessing/Scriptwright/Core/IVariableProcessor.h"
 
 namespace QueriesProcessing {
@@ -13,7 +15,9 @@ namespace QueriesProcessing {
 // comparisons never bracket (SQL expressions, names bracketed already). Per
 // use: `ConditionClauseAlias` (default "%CONDITION%") receives the text of the
 // request child `Conditions`, `HavingClauseAlias` (default "%HAVING%") that of
-// `HavingRoot`; an absent child gives "(1=1)".
+// `HavingRoot`; an absent child gives "(1=1)". The WHERE clause is written
+// first, then the HAVING clause into the result, so a predicate that holds
+// the other token has it replaced too.
 //
 // Condition nodes, by node type:
 //   ConditionsRoot       its children's texts, adjacent; none: " (1=1) "
@@ -28,6 +32,12 @@ namespace QueriesProcessing {
 // e.g. AND over (When >= o'x, alias t) and (Id NOT IN 1,2) gives
 //   " ( ([t].[When] >= N'o''x')  AND  ([Id] NOT IN (1,2)) ) "
 //
+// The predicate is written straight into the result text, at the place of the
+// token (each further occurrence gets a copy), and each IN list is sized
+// before it is written. A clause is built even when its token is not in the
+// text, so its failures and its rewrites of the request do not depend on the
+// template.
+//
 // A missing `operator`, `Columnn`, needed `Value` or `Values` fails with
 // 0x80070490 and leaves the text as it was. The time rewrite of a
 // ConditionTimeValues stays in the request tree.
@@ -39,22 +49,35 @@ class CConditionsProcessor : public IVariableProcessor {
   HRESULT Initialize(const VXNodePtr& config) override;
   HRESULT ProcessNode(VXNodePtr& request, const VXNodePtr& variable, std::u16string& text) override;
 
-  // The text of one condition node and everything beneath it.
-  virtual std::u16string BuildConditionText(const VXNodePtr& condition, const VXNodePtr& request);
+  // Appends the text of one condition node and everything beneath it to
+  // `out`, which may already hold text before it. Calls itself through the
+  // virtual table for every child, so an override governs the whole walk.
+  virtual void BuildConditionText(const VXNodePtr& condition, const VXNodePtr& request,
+                                  std::u16string& out);
   // Runs once per ProcessNode before any text is built.
   virtual void BeforeConditions(const VXNodePtr& request);
-  // The final command text, after both clause tokens were replaced.
-  virtual std::u16string FinishConditionText(const VXNodePtr& request, const std::u16string& text);
+  // Runs once per ProcessNode on the final command text, after both clause
+  // tokens were replaced, and may change it in place. The base leaves it.
+  virtual void FinishConditionText(const VXNodePtr& request, std::u16string& text);
 
  protected:
-  std::u16string BuildComparison(const VXNodePtr& node, const std::u16string& comparator) const;
-  std::u16string BuildInList(const VXNodePtr& node, const std::u16string& op) const;
+  void BuildComparison(const VXNodePtr& node, std::u16string_view comparator,
+                       std::u16string& out) const;
+  void BuildInList(const VXNodePtr& node, std::u16string_view op, std::u16string& out) const;
   void ApplyTimeOffset(const VXNodePtr& node, const VXNodePtr& request) const;
 
  private:
-  std::u16string BuildOperator(const VXNodePtr& node, const VXNodePtr& request);
+  void BuildOperator(const VXNodePtr& node, const VXNodePtr& request, std::u16string& out);
+  bool IsExcluded(std::u16string_view column) const;
+  // A ConditionValues node's comparison, its attributes read in one pass.
+  void WriteComparison(const VXNodePtr& node, std::u16string& out) const;
+  void WriteComparison(const VXNodePtr& node, std::u16string_view comparator,
+                       std::span<const VXNodePtr::Peeked> attributes, std::u16string& out) const;
+  void BuildClause(const VXNodePtr& clause, const VXNodePtr& request, std::u16string& out);
+  bool WriteClause(std::u16string_view source, std::u16string_view token, const VXNodePtr& clause,
+                   const VXNodePtr& request, std::u16string& out);
 
-  std::unordered_set<std::u16string> excludeColumnBracket_;
+  TextSet excludeColumnBracket_;
 };
 
 }  // namespace QueriesProcessing

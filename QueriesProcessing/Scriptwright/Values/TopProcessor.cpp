@@ -17,8 +17,8 @@ HRESULT CTopProcessor::Initialize(const VXNodePtr& config) {
 HRESULT CTopProcessor::ProcessNode(VXNodePtr& request, const VXNodePtr&, std::u16string& text) {
   VX_LOG_SCOPE(Severity::DBG, "CTopProcessor::ProcessNode");
   return OperationFrame("CTopProcessor::ProcessNode", [&] {
-    const auto type = request.GetAttributeType(u"Top");
-    const std::u16string value = type && *type != VXN_EMPTY ? request.GetString(u"Top") : top_;
+    const std::optional<AttributeText> requested = request.FindString(u"Top");
+    const std::u16string_view value = requested ? requested->view() : std::u16string_view(top_);
     VX_LOG(Severity::DBG, u"Top " << value << u" records");
     ReplaceAll(text, variable_, value);
   });
