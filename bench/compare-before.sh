@@ -44,6 +44,16 @@ mkdir -p "$(dirname "$worktree")"
 git -C "$root" worktree add --detach "$worktree" "$commit" >/dev/null
 rm -rf "$worktree/bench"
 cp -R "$root/bench" "$worktree/bench"
+# The old tree builds only the compared programs: the others may need sources
+# it does not have.
+awk -v keep=" $programs " '
+  /^scriptwright_add_bench\(/ {
+    name = substr($1, length("scriptwright_add_bench(") + 1)
+    skipping = index(keep, " " name " ") == 0
+  }
+  !skipping { print }
+  skipping && /\)$/ { skipping = 0 }
+' "$root/bench/CMakeLists.txt" > "$worktree/bench/CMakeLists.txt"
 
 # Both builds use the same compiler and flags as the default preset.
 build() {  # source dir, build dir
