@@ -1,5 +1,6 @@
 // Requests per second through the preparer component against the engine
-// called directly, for the example paged search.
+// called directly, for the example paged search. Logging is off
+// (LoggingOff.cpp).
 
 #include <benchmark/benchmark.h>
 

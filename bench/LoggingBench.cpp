@@ -1,5 +1,6 @@
 // The cost of log statements: a disabled one against none at all, and the
-// lines per second of a file log.
+// lines per second of a file log. This program measures logging, so it is
+// the one benchmark that does not link LoggingOff.cpp.
 
 #include <benchmark/benchmark.h>
 

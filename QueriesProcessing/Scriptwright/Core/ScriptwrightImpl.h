@@ -25,6 +25,11 @@ namespace QueriesProcessing {
 // Prepare(request) reads `Query_Template_Name` and runs that template. A
 // request without a `Columnn` in `complex_condition_names` anywhere under its
 // `Conditions` child runs the light form of the two templates that have one.
+// That walk runs for every request, whatever its template: it reads each
+// `Columnn` as text, and one that cannot be read so (a list, say) fails the
+// request, also where the conditions processor never looks; it also logs its
+// result. Walking only for the two templates would drop both. The walk reads
+// without copying, so it costs little beside the preparation.
 // A `Continuous` request gets `MaxCount` = its `Top` (default 2000) and `Top`
 // enlarged by `page_expand_size`.
 //
