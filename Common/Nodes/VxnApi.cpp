@@ -59,12 +59,25 @@ HRESULT SetText(std::optional<std::u16string>& text, std::u16string_view value) 
   return S_OK;
 }
 
-// The attribute to store into: the one of that name, or a new one last.
-VxnAttribute* AttributeToSet(HVXNODE node, std::u16string_view name) {
-  if (VxnAttribute* found = node->attributes.Find(name)) return found;
+// Stores into the attribute of that name, or into a new one last. `store`
+// fills a VxnValue. A new attribute's value is made before the list grows:
+// the value may be a view of another attribute of this node, which the
+// growth can move.
+template <typename Store>
+HRESULT StoreAttribute(HVXNODE node, std::u16string_view name, uint32_t type, Store store) {
+  if (VxnAttribute* found = node->attributes.Find(name)) {
+    store(found->value);
+    found->type = type;
+    return S_OK;
+  }
   // Stored names never hold U+0000, so only a new one needs the check.
-  if (HoldsNul(name)) return nullptr;
-  return &node->attributes.Add(name);
+  if (HoldsNul(name)) return E_INVALIDARG;
+  VxnValue value;
+  store(value);
+  VxnAttribute& added = node->attributes.Add(name);
+  added.type = type;
+  added.value = std::move(value);
+  return S_OK;
 }
 
 HRESULT GetText(const std::optional<std::u16string>& text, char16_t* buffer, uint32_t* size) {
@@ -401,29 +414,18 @@ HRESULT VxnSetAttributeN(HVXNODE node, std::u16string_view name, uint32_t type, 
   if (!node || (!data && size) || !VxnIsKnownType(type)) return E_INVALIDARG;
   const std::span<const uint8_t> value(static_cast<const uint8_t*>(data), size);
   if (!VxnIsValidLayout(type, value)) return E_INVALIDARG;
-  VxnAttribute* attribute = AttributeToSet(node, name);
-  if (!attribute) return E_INVALIDARG;
-  attribute->type = type;
-  attribute->value.Assign(type, value);
-  return S_OK;
+  return StoreAttribute(node, name, type, [&](VxnValue& stored) { stored.Assign(type, value); });
 }
 
 HRESULT VxnSetStringAttributeN(HVXNODE node, std::u16string_view name, std::u16string_view value) {
   if (!node) return E_INVALIDARG;
-  VxnAttribute* attribute = AttributeToSet(node, name);
-  if (!attribute) return E_INVALIDARG;
-  attribute->type = VXN_STRING;
-  attribute->value.AssignText(value);
-  return S_OK;
+  return StoreAttribute(node, name, VXN_STRING, [&](VxnValue& stored) { stored.AssignText(value); });
 }
 
 HRESULT VxnTakeStringAttributeN(HVXNODE node, std::u16string_view name, std::u16string&& value) {
   if (!node) return E_INVALIDARG;
-  VxnAttribute* attribute = AttributeToSet(node, name);
-  if (!attribute) return E_INVALIDARG;
-  attribute->type = VXN_STRING;
-  attribute->value.AssignText(std::move(value));
-  return S_OK;
+  return StoreAttribute(node, name, VXN_STRING,
+                        [&](VxnValue& stored) { stored.AssignText(std::move(value)); });
 }
 
 HRESULT VxnDeleteAttributeN(HVXNODE node, std::u16string_view name, uint32_t) {

@@ -1,10 +1,25 @@
 #include "Common/Nodes/VxnValue.h"
 
 #include <cstring>
+#include <functional>
 
 #include "Common/Nodes/VxnApi.h"
 
+bool VxnValue::Overlaps(std::span<const uint8_t> data) const {
+  if (data.empty()) return false;
+  const std::span<const uint8_t> own = Bytes();
+  const std::less<const uint8_t*> before;
+  return before(data.data(), own.data() + own.size()) && before(own.data(), data.data() + data.size());
+}
+
 void VxnValue::Assign(uint32_t type, std::span<const uint8_t> data) {
+  if (Overlaps(data)) {
+    // Storing a value read from this one: the memory it lies in may be
+    // reused or freed below, so it is copied first.
+    const std::vector<uint8_t> copy(data.begin(), data.end());
+    Assign(type, copy);
+    return;
+  }
   if (type == VXN_STRING) {
     const size_t length = data.size() / sizeof(char16_t) - 1;
     std::u16string* text = std::get_if<std::u16string>(&storage_);
@@ -25,6 +40,10 @@ void VxnValue::Assign(uint32_t type, std::span<const uint8_t> data) {
 }
 
 void VxnValue::AssignText(std::u16string_view text) {
+  if (Overlaps({reinterpret_cast<const uint8_t*>(text.data()), text.size() * sizeof(char16_t)})) {
+    AssignText(std::u16string(text));
+    return;
+  }
   if (auto* stored = std::get_if<std::u16string>(&storage_)) {
     stored->assign(text);
     return;

@@ -36,14 +36,19 @@ class VxnValue {
   }
 
   // Stores `data`, already checked against the layout of `type`. A string
-  // (type 2) is kept as text. Memory the value holds is reused when it fits.
+  // (type 2) is kept as text. Memory the value holds is reused when it fits;
+  // `data` may lie in this value's own memory.
   void Assign(uint32_t type, std::span<const uint8_t> data);
   // Stores the text of a string (without terminator): copied into the
-  // memory the value holds when it fits, or taken over with its buffer.
+  // memory the value holds when it fits, or taken over with its buffer. The
+  // text may be a view of this value.
   void AssignText(std::u16string_view text);
   void AssignText(std::u16string&& text);
 
  private:
+  // Whether `data` lies, even in part, in the memory this value holds.
+  bool Overlaps(std::span<const uint8_t> data) const;
+
   struct Small {
     uint8_t size;
     alignas(8) uint8_t bytes[16];

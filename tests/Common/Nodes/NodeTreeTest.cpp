@@ -11,6 +11,7 @@
 #include "Common/Nodes/NodeTextWriter.h"
 #include "Common/Nodes/TreeDepth.h"
 #include "Common/Nodes/VXNodePtr.h"
+#include "Common/Nodes/VxnViewApi.h"
 #include "Common/Text.h"
 
 namespace {
@@ -103,6 +104,71 @@ TEST(NodeTreeTest, AttributesKeepInsertionOrderAtAnyCount) {
     EXPECT_EQ(node.AttributeNames(), names);
     EXPECT_EQ(clone.GetString(removed), u"back");
     EXPECT_FALSE(node.HasAttribute(u"clone only"));
+  }
+}
+
+TEST(NodeTreeTest, ValuesStoredFromTheNodesOwnMemory) {
+  // A value peeked from a node and stored back into it, as a caller copying
+  // one attribute to another does: the store must not free, reuse or move
+  // the memory it reads before it has read it. ASan sees it when it does.
+  const std::u16string longText(100, u'x');
+  const std::vector<int32_t> longList(10, 7);  // past the in-place size
+  struct Case {
+    const char* what;
+    uint32_t type;
+    std::span<const uint8_t> bytes;
+    bool asText;  // stored again through the text setter
+  };
+  const int64_t number = 0x0041004200430044;  // "DCBA" when read as text
+  const Case cases[] = {
+      {"short string", VXN_STRING, {reinterpret_cast<const uint8_t*>(u"ab"), 6}, false},
+      {"long string", VXN_STRING,
+       {reinterpret_cast<const uint8_t*>(longText.c_str()), (longText.size() + 1) * 2}, false},
+      {"long string as text", VXN_STRING,
+       {reinterpret_cast<const uint8_t*>(longText.c_str()), (longText.size() + 1) * 2}, true},
+      {"number as text", VXN_INT64, {reinterpret_cast<const uint8_t*>(&number), 8}, true},
+      {"long list", VXN_INT32_LIST,
+       {reinterpret_cast<const uint8_t*>(longList.data()), longList.size() * 4}, false},
+      {"long list as text", VXN_INT32_LIST,
+       {reinterpret_cast<const uint8_t*>(longList.data()), longList.size() * 4}, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    VXNodePtr node = VXNodePtr::Create(u"n");
+    ASSERT_EQ(VxnSetAttributeN(node.get(), u"a", c.type, c.bytes.data(),
+                               static_cast<uint32_t>(c.bytes.size())),
+              S_OK);
+    const std::vector<uint8_t> expected(c.bytes.begin(), c.bytes.end());
+    auto store = [&](std::u16string_view name) {
+      uint32_t type = 0;
+      std::span<const uint8_t> data;
+      ASSERT_EQ(VxnPeekAttributeN(node.get(), u"a", &type, &data), S_OK);
+      if (c.asText) {
+        const std::u16string_view text(reinterpret_cast<const char16_t*>(data.data()),
+                                       data.size() / 2 - (type == VXN_STRING ? 1 : 0));
+        ASSERT_EQ(VxnSetStringAttributeN(node.get(), name, text), S_OK);
+      } else {
+        ASSERT_EQ(VxnSetAttributeN(node.get(), name, type, data.data(),
+                                   static_cast<uint32_t>(data.size())),
+                  S_OK);
+      }
+    };
+    // Into new attributes while the list grows, then onto itself.
+    for (int i = 0; i < 40; ++i) store(u"copy" + ToText(int64_t{i}));
+    store(u"a");
+    for (int i = 0; i < 40; ++i) {
+      uint32_t type = 0;
+      std::span<const uint8_t> data;
+      ASSERT_EQ(VxnPeekAttributeN(node.get(), u"copy" + ToText(int64_t{i}), &type, &data), S_OK);
+      const size_t units = c.asText ? (type == VXN_STRING ? data.size() - 2 : data.size()) : 0;
+      EXPECT_TRUE(std::equal(expected.begin(), expected.begin() + (c.asText ? units : expected.size()),
+                             data.begin()))
+          << i;
+    }
+    uint32_t type = 0;
+    std::span<const uint8_t> data;
+    ASSERT_EQ(VxnPeekAttributeN(node.get(), u"a", &type, &data), S_OK);
+    EXPECT_EQ(type, c.asText ? uint32_t{VXN_STRING} : c.type);
   }
 }
 
