@@ -92,10 +92,11 @@ class ProxyStorage : public CComponentBase, public IVXSQLStorage {
   std::vector<std::u16string> batches_;
 };
 
-// Polls `done` for at most ten seconds.
-inline bool WaitFor(const std::function<bool()>& done) {
+// Polls `done` for at most `bound`.
+inline bool WaitFor(const std::function<bool()>& done,
+                    std::chrono::seconds bound = std::chrono::seconds(10)) {
   using namespace std::chrono_literals;
-  const auto deadline = std::chrono::steady_clock::now() + 10s;
+  const auto deadline = std::chrono::steady_clock::now() + bound;
   while (!done()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
     std::this_thread::sleep_for(2ms);

@@ -73,7 +73,7 @@ TEST(MembershipStressTest, PreprocessorSessionsLiveAndDieWhileSettingsChange) {
     world.settings->Notify();
   });
 
-  EXPECT_TRUE(WaitFor([&] { return finished == kWorkers; }));
+  EXPECT_TRUE(WaitFor([&] { return finished == kWorkers; }, 45s));
   stop = true;
   changes.join();
   EXPECT_EQ(component.As<IShutdown>()->Shutdown(), S_OK);  // releases any waiter left
