@@ -170,18 +170,8 @@ TEST_F(ScriptwrightImplTest, DuplicateTemplateNameKeepsTheLast) {
 TEST_F(ScriptwrightImplTest, Failures) {
   Load(Catalog({Template(u"query_all_data_by_rid_with_cm_sort", {u"c"}), Template(u"t", {u"c"})}));
 
-  VXNodePtr noName = Node(u"Query", u"");
-  EXPECT_EQ(engine_.Prepare(noName), E_NOTFOUND);
-  auto info = GetErrorInfo();
-  ASSERT_TRUE(info);
-  EXPECT_NE(ToUtf8(info->description).find("Query_Template_Name"), std::string::npos);
-
-  VXNodePtr unknown = Request(u"nope");
-  EXPECT_EQ(engine_.Prepare(unknown), E_INVALIDARG);
-  info = GetErrorInfo();
-  ASSERT_TRUE(info);
-  EXPECT_NE(ToUtf8(info->description).find("nope"), std::string::npos);
-
+  // A request without a name or of an unknown template is pinned by the
+  // golden case core/failures; a failed fallback leaves the name as it was.
   VXNodePtr lightMissing = Request(u"query_all_data_by_rid_with_cm_sort");
   EXPECT_EQ(engine_.Prepare(lightMissing), E_INVALIDARG);
   EXPECT_EQ(lightMissing.GetString(u"Query_Template_Name"), u"query_all_data_by_rid_with_cm_sort");
