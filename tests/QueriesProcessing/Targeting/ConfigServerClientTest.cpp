@@ -92,13 +92,9 @@ TEST_F(ConfigServerClientTest, GetNodeAsksForOneWholeNode) {
   EXPECT_FALSE(filter.GetBool(u"IsParent"));
   EXPECT_EQ(filter.GetInt32(u"MaxDepth"), 0x7FFFFFFF);
 
+  // A missing required node fails the history (MOHistoryTest); one not
+  // required is null.
   EXPECT_FALSE(client::GetNode(*server_, u"\\No\\Such", false));
-  try {
-    client::GetNode(*server_, u"\\No\\Such", true);
-    ADD_FAILURE() << "a required node that is missing was accepted";
-  } catch (const HRX& failure) {
-    EXPECT_EQ(failure.code(), E_NOTFOUND);
-  }
 }
 
 }  // namespace

@@ -97,27 +97,16 @@ TEST_F(MOHistoryTest, FilesManagedObjectsByCollector) {
       EXPECT_EQ(history.GetMObyCollector(c.collector, ids), expected.size());
       EXPECT_EQ(ids, expected);
     }
+    // Containers count in any GUID form; built-ins and Investigations never.
+    for (const char16_t* id : {kFirst, u"0dd265d7-9c92-4fc0-9cbe-32d691746561",
+                               u"0DD265D79C924FC09CBE32D691746561"}) {
+      EXPECT_TRUE(history.WasEverEnabled(id)) << ToUtf8(id);
+    }
+    for (const char16_t* id : {kSecond, u"{FB549CD3-760F-4689-94D6-A05EB8097543}", kInvestigations,
+                               u"{00000000-0000-0000-0000-0000000000FF}"}) {
+      EXPECT_FALSE(history.WasEverEnabled(id)) << ToUtf8(id);
+    }
   }
-}
-
-TEST_F(MOHistoryTest, EverEnabled) {
-  struct Case {
-    const char16_t* id;
-    bool expected;
-  };
-  const Case cases[] = {
-      {kFirst, true},
-      {u"0dd265d7-9c92-4fc0-9cbe-32d691746561", true},
-      {u"0DD265D79C924FC09CBE32D691746561", true},
-      {kSecond, false},                                    // never enabled
-      {u"{FB549CD3-760F-4689-94D6-A05EB8097543}", false},  // built-ins never enter
-      {kInvestigations, false},
-      {u"{00000000-0000-0000-0000-0000000000FF}", false},  // unknown
-  };
-  Serve(History(true));
-  CMOHistory history;
-  history.Initialize();
-  for (const auto& c : cases) EXPECT_EQ(history.WasEverEnabled(c.id), c.expected) << ToUtf8(c.id);
 }
 
 TEST_F(MOHistoryTest, Failures) {
