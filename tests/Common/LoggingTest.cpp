@@ -168,6 +168,12 @@ TEST(LogManagerTest, SlotsAndSeverityLimit) {
   EXPECT_NE(ToUtf8(loggers[0].lines[1]).find("| ERR  |"), std::string::npos);
 }
 
+std::string ReadUtf16File(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  return ToUtf8(std::u16string(reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2));
+}
+
 TEST(FileLoggerTest, ThresholdLosesLinesAndResumesWithBanner) {
   const fs::path dir = fs::temp_directory_path() / ("scriptwright-log-" + std::to_string(getpid()));
   fs::create_directories(dir);
@@ -176,12 +182,7 @@ TEST(FileLoggerTest, ThresholdLosesLinesAndResumesWithBanner) {
   LogManager manager;
   manager.Refresh();
   FileLogger logger(manager, file.string());
-  auto contents = [&] {
-    std::ifstream in(file, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    return ToUtf8(
-        std::u16string(reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2));
-  };
+  auto contents = [&] { return ReadUtf16File(file); };
 
   logger.Write(u"one\r\n", 5);
   EXPECT_EQ(contents(), ToUtf8(LogBanner()) + "one\r\n");  // UTF-16LE, banner first
@@ -294,12 +295,6 @@ int DescriptorsOn(const fs::path& file) {
     if (fs::read_symlink(entry.path(), ignored) == file) ++count;
   }
   return count;
-}
-
-std::string ReadUtf16File(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  return ToUtf8(std::u16string(reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2));
 }
 
 TEST(FileLoggerTest, ClosesTheKeptDescriptorWhenTheIntervalTurnsZero) {

@@ -10,6 +10,7 @@
 #include "Common/Components/ComponentObject.h"
 #include "Common/Components/ModuleObject.h"
 #include "Common/Logger.h"
+#include "tests/Common/LogCapture.h"
 
 namespace {
 
@@ -158,23 +159,6 @@ TEST(ComponentObjectTest, ExceptionsOfTheConstructionBecomeStatuses) {
   }
 }
 
-// Keeps the lines the process log writes.
-class LineCapture : public Logger {
- public:
-  void Write(const char16_t* text, size_t length) override {
-    std::lock_guard guard(lock_);
-    lines_.emplace_back(text, length);
-  }
-  std::vector<std::u16string> Take() {
-    std::lock_guard guard(lock_);
-    return std::exchange(lines_, {});
-  }
-
- private:
-  std::mutex lock_;
-  std::vector<std::u16string> lines_;
-};
-
 TEST(DbgAliveObjectsTrackerTest, RecordsOnlyWhenEnabledAndNamesClassesReadably) {
   DbgAliveObjectsTracker off(false, 0);
   int object = 0;
@@ -184,9 +168,7 @@ TEST(DbgAliveObjectsTrackerTest, RecordsOnlyWhenEnabledAndNamesClassesReadably) 
   on.Add(&object, typeid(CTestComponent));
   EXPECT_EQ(on.Count(), 1u);
 
-  static LineCapture capture;
-  static const bool added = AddLogger(&capture);
-  ASSERT_TRUE(added);
+  LogCapture& capture = LogCapture::Instance();
   capture.Take();
   SetMaxSeverity(Severity::WARN);
   on.Dump();
@@ -194,11 +176,11 @@ TEST(DbgAliveObjectsTrackerTest, RecordsOnlyWhenEnabledAndNamesClassesReadably) 
   SetMaxSeverity(Severity::ERR);
   const auto lines = capture.Take();
   ASSERT_EQ(lines.size(), 2u);
-  EXPECT_NE(lines[0].find(u"Alive component objects: 1"), std::u16string::npos);
-  EXPECT_NE(lines[1].find(u"ObjTag='CComponentObject<class (anonymous "
-                          u"namespace)::CTestComponent>::CComponentObject' "),
-            std::u16string::npos)
-      << ToUtf8(lines[1]);
+  EXPECT_NE(lines[0].find("Alive component objects: 1"), std::string::npos);
+  EXPECT_NE(lines[1].find("ObjTag='CComponentObject<class (anonymous "
+                          "namespace)::CTestComponent>::CComponentObject' "),
+            std::string::npos)
+      << lines[1];
 
   on.Remove(&object);
   EXPECT_EQ(on.Count(), 0u);

@@ -60,20 +60,9 @@ TEST(DigestMakerTest, TextIsHashedAsUtf16LittleEndianWithoutTerminator) {
   // 'A', U+00E9, U+20AC: the bytes 41 00 E9 00 AC 20.
   EXPECT_EQ(maker.MakeDigestText(std::u16string_view(u"A\u00e9\u20ac")),
             u"2mXX4HcOkfCXT8qdOBlkqInSAA7S7ck/8CXf0qmSLo8=");
-  const std::u16string name = u"Audit_Database_With_A_Rather_Long_Name_0123456789";
-  EXPECT_EQ(maker.MakeDigestText(std::u16string_view(name)).size(), 44u);
 }
 
-TEST(DigestMakerTest, TableRowsAndUnknownRow) {
-  for (const DigestAlg alg : {DigestAlg::Sha256, DigestAlg::HmacSha256}) {
-    const DigestAlgInfo& info = GetDigestAlgInfo(alg);
-    EXPECT_EQ(info.value, alg);
-    EXPECT_EQ(info.bits, 256u);
-    EXPECT_EQ(info.bytes, 32u);
-    EXPECT_EQ(info.label, u"sha256");
-    EXPECT_EQ(info.algorithm, u"SHA256");
-    EXPECT_EQ(info.keyed, alg == DigestAlg::HmacSha256);
-  }
+TEST(DigestMakerTest, AnUnknownRowIsRefused) {
   for (const uint32_t value : {2u, 0xFFFFFFFFu}) {
     try {
       CDigestMaker maker(static_cast<DigestAlg>(value));

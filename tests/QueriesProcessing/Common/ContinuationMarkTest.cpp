@@ -1,14 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
 #include <unordered_set>
 #include <vector>
 
+#include "Common/ErrorHandling.h"
 #include "Common/FormatString.h"
-#include "Common/Logger.h"
 #include "Common/Nodes/NodeTextReader.h"
 #include "Common/Text.h"
 #include "QueriesProcessing/Common/ContinuationMark.h"
@@ -192,52 +191,6 @@ TEST(MarkElementWriterTest, TheReaderReadsWhatItWrites) {
       EXPECT_EQ(e.code(), E_INVALIDARG);
     }
   }
-}
-
-class Capture : public Logger {
- public:
-  void Write(const char16_t* text, size_t length) override {
-    lines.emplace_back(ToUtf8({text, length}));
-  }
-  std::vector<std::string> lines;
-};
-
-// The trace lines at DBG, without their prefixes and the scopes' own lines.
-std::vector<std::string> Traces(const std::function<void()>& run) {
-  static Capture capture;
-  static const bool added = AddLogger(&capture);
-  EXPECT_TRUE(added);
-  capture.lines.clear();
-  SetMaxSeverity(Severity::DBG);
-  run();
-  SetMaxSeverity(Severity::ERR);
-  std::vector<std::string> traces;
-  for (const auto& line : capture.lines) {
-    std::string tail = line.substr(line.find("| ", line.find(".cpp:")) + 2);
-    tail = tail.substr(tail.find_first_not_of(' '));
-    tail.resize(tail.size() - 2);  // "\r\n"
-    if (tail.starts_with("Entering:") || tail.starts_with("Exiting:")) continue;
-    traces.push_back(tail);
-  }
-  return traces;
-}
-
-TEST(ContinuationMarkTest, Traces) {
-  const std::u16string a = Hash(u"[A]");
-  EXPECT_EQ(
-      Traces([&] {
-        const CContinuationMark mark(
-            Request({a + u":RID;NAAyAA==", u"nothing", Hash(u"[B]") + u":x;"}));
-        mark.GetMarkForDB(u"[a]");
-        mark.GetMarkForDB(u"[B]");
-        mark.GetMarkForDB(u"[C]");
-      }),
-      (std::vector<std::string>{"Mark:" + ToUtf8(a) + ":RID;NAAyAA==", "Mark:nothing",
-                                "Mark:" + ToUtf8(Hash(u"[B]")) + ":x;", "DB:[a] Hash:" + ToUtf8(a),
-                                "Mark:42", "DB:[B] Hash:" + ToUtf8(Hash(u"[B]")), "Mark:0",
-                                "DB:[C] Hash:" + ToUtf8(Hash(u"[C]")), "Mark not found"}));
-  EXPECT_EQ(Traces([] { CContinuationMark(Parse(R"(<Query Continuous="bool:true"/>)")); }),
-            (std::vector<std::string>{"No continuation mark"}));
 }
 
 }  // namespace

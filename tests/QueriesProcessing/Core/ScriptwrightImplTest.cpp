@@ -52,6 +52,8 @@ VXNodePtr Request(std::u16string_view templateName, VXNodePtr conditions = VXNod
   return request;
 }
 
+// The plain fallback and "Column" for "Columnn" are pinned by the golden case
+// core/light-fallback, the default page growth by core/continuous.
 TEST_F(ScriptwrightImplTest, LightFallback) {
   Load(Catalog({Template(u"query_all_data_by_rid_with_cm_sort", {u"full"}),
                 Template(u"query_all_data_by_rid_with_cm_sort_light", {u"light"}),
@@ -68,12 +70,8 @@ TEST_F(ScriptwrightImplTest, LightFallback) {
     std::u16string expectedName;
     std::string expectedCommand;
   } cases[] = {
-      {"no conditions", u"query_all_data_by_rid_with_cm_sort", VXNodePtr(),
-       u"query_all_data_by_rid_with_cm_sort_light", "light"},
       {"deep complex column", u"query_all_data_by_rid_with_cm_sort", deep, u"query_all_data_by_rid_with_cm_sort",
        "full"},
-      {"Column is not Columnn", u"query_all_data_by_rid_with_cm_sort",
-       Node(u"", u"Conditions", {{u"Column", u"Who"}}), u"query_all_data_by_rid_with_cm_sort_light", "light"},
       {"case matters", u"query_all_data_by_rid_with_cm_sort", Node(u"", u"Conditions", {{u"Columnn", u"who"}}),
        u"query_all_data_by_rid_with_cm_sort_light", "light"},
       {"classes form", u"query_all_data_by_rid_with_cm_sort_while_with_classes", VXNodePtr(),
@@ -112,13 +110,6 @@ TEST_F(ScriptwrightImplTest, ContinuousPage) {
   ASSERT_EQ(engine_.Prepare(notContinuous), S_OK);
   EXPECT_FALSE(notContinuous.HasAttribute(u"Top"));
   EXPECT_FALSE(notContinuous.HasAttribute(u"MaxCount"));
-
-  Load(Catalog({Template(u"t", {})}));
-  VXNodePtr defaultExpand = Request(u"t");
-  defaultExpand.SetBool(u"Continuous", true);
-  defaultExpand.SetInt32(u"Top", 100);
-  ASSERT_EQ(engine_.Prepare(defaultExpand), S_OK);
-  EXPECT_EQ(defaultExpand.GetUInt32(u"Top"), 1100u);
 }
 
 TEST_F(ScriptwrightImplTest, RequestAttributesAndCommandNodes) {
@@ -179,18 +170,8 @@ TEST_F(ScriptwrightImplTest, DuplicateTemplateNameKeepsTheLast) {
 TEST_F(ScriptwrightImplTest, Failures) {
   Load(Catalog({Template(u"query_all_data_by_rid_with_cm_sort", {u"c"}), Template(u"t", {u"c"})}));
 
-  VXNodePtr noName = Node(u"Query", u"");
-  EXPECT_EQ(engine_.Prepare(noName), E_NOTFOUND);
-  auto info = GetErrorInfo();
-  ASSERT_TRUE(info);
-  EXPECT_NE(ToUtf8(info->description).find("Query_Template_Name"), std::string::npos);
-
-  VXNodePtr unknown = Request(u"nope");
-  EXPECT_EQ(engine_.Prepare(unknown), E_INVALIDARG);
-  info = GetErrorInfo();
-  ASSERT_TRUE(info);
-  EXPECT_NE(ToUtf8(info->description).find("nope"), std::string::npos);
-
+  // A request without a name or of an unknown template is pinned by the
+  // golden case core/failures; a failed fallback leaves the name as it was.
   VXNodePtr lightMissing = Request(u"query_all_data_by_rid_with_cm_sort");
   EXPECT_EQ(engine_.Prepare(lightMissing), E_INVALIDARG);
   EXPECT_EQ(lightMissing.GetString(u"Query_Template_Name"), u"query_all_data_by_rid_with_cm_sort");

@@ -35,7 +35,7 @@ TEST(ContinuationMarkDefaultProcessorTest, RowIdCondition) {
   } cases[] = {
       {{{u"RID", u"42"}}, text, "WHERE [RID] > '42' AND ([RID] > '42')"},
       {{}, text, "WHERE [RID] > '0' AND ([RID] > '0')"},
-      {{{u"When", u"w"}}, text, "WHERE [RID] > '0' AND ([RID] > '0')"},
+      {{{u"When", u"w"}}, u"%CONDITION_CMARK%", "[RID] > '0'"},
       {{{u"RID", u"4'2"}}, u"%CONDITION_CMARK%", "[RID] > '4'2'"},  // taken as it stands
       {{{u"RID", u"42"}}, u"WHERE (1=1)", "WHERE (1=1)"},
   };
@@ -44,54 +44,22 @@ TEST(ContinuationMarkDefaultProcessorTest, RowIdCondition) {
         << ToUtf8(c.text);
   }
 
+  // The configured column; the mark of the database asked for, or none.
   const ContinuationMarkDefaultProcessor byId(Parse(R"(<_ continuation_mark_column="Id"/>)"));
   const VXNodePtr request = Request(nullptr, {{u"RID", u"7"}});
-  EXPECT_EQ(RunMark(byId, request, u"%CONDITION_CMARK%"), "[Id] > '7'");
-  for (const auto& [dbKey, expected] :
-       {std::pair{u"[audit]", u"[Id] > '7'"}, std::pair{u"[OTHER]", u"[Id] > '0'"}}) {
+  const auto mark = std::make_shared<const CContinuationMark>(request);
+  for (const auto& [dbKey, withMark, expected] :
+       {std::tuple{u"[audit]", true, u"[Id] > '7'"}, std::tuple{u"[OTHER]", true, u"[Id] > '0'"},
+        std::tuple{u"[AUDIT]", false, u"[Id] > '0'"}}) {
     std::u16string out = u"%CONDITION_CMARK%";
-    EXPECT_EQ(
-        byId.ProcessNode(request, dbKey, out, std::make_shared<const CContinuationMark>(request)),
-        S_OK);
+    EXPECT_EQ(byId.ProcessNode(request, dbKey, out, withMark ? mark : nullptr), S_OK);
     EXPECT_EQ(out, expected);
   }
-  std::u16string out = u"%CONDITION_CMARK%";
-  EXPECT_EQ(byId.ProcessNode(request, Testing::kDbKey, out, nullptr), S_OK);
-  EXPECT_EQ(out, u"[Id] > '0'");
-  EXPECT_EQ(Raised([] { ContinuationMarkDefaultProcessor(Parse("<_/>")); }), "0x80070490");
 }
 
 constexpr std::u16string_view kSortingTemplate =
-    u"SELECT [RID]%CMARK_SORTING_FIELD% "
-    u"FROM\n%CMARK_CURRENT_DATA%--\n%CMARK_INNER_JOIN%--\n%CMARK_SORTING%";
-
-TEST(ContinuationMarkSortingProcessorTest, PlainSortFirstPage) {
-  const ContinuationMarkSortingProcessor processor(Parse(Testing::kConfig));
-  EXPECT_EQ(RunMark(processor, Request(kByWhen), std::u16string(kSortingTemplate)),
-            R"(SELECT [RID] FROM
-%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND ((2=1))
---
-INNER JOIN
-(
-    SELECT DISTINCT TOP %TOP%
-        [When]
-    FROM [%INSTANCE%].[%DB_NAME%].[%SCHEMA_NAME%].[%VIEW_NAME%]
-%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND ((1=1))
-
-    ORDER BY [When] DESC
-) AS [Result_When]
-ON [NextData].[When] = [Result_When].[When]
-WHERE %CMARK_IJ_COND_START%((%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%))%CMARK_IJ_COND_END%
-ORDER BY %SORTING%
---
-ORDER BY %SORTING%)");
-}
+    u"SELECT [RID]%CMARK_SORTING_FIELD% FROM\n%CMARK_CURRENT_DATA%--\n%CMARK_INNER_JOIN%--\n"
+    u"%CMARK_SORTING%";
 
 // Which strategy, which light flag, which mark: the text is the template with
 // that strategy's fragments, the current data never light.
@@ -130,51 +98,16 @@ TEST(ContinuationMarkSortingProcessorTest, ChoosesStrategyAndView) {
   }
 }
 
-TEST(ContinuationMarkSortingProcessorTest, Failures) {
-  const ContinuationMarkSortingProcessor processor(Parse(Testing::kConfig));
-  const char* unknown = R"(<_ Column="Where" Direction="ASC"/><_ Column="RID" Direction="ASC"/>)";
-  struct Case {
-    VXNodePtr request;
-    std::u16string text;
-    std::string expected;
-  } cases[] = {
-      {Request(kByWhen, kWhenMark), u"no tokens", "no tokens"},
-      {Request(nullptr), u"no tokens", "error 0x80070490: no tokens"},
-      {Parse(R"(<Query><_ _name="SortingRoot"/></Query>)"), u"%CMARK_SORTING%",
-       "error 0x80070490: %CMARK_SORTING%"},
-      {Request(R"(<_ Column="When"/>)"), u"%CMARK_SORTING%", "error 0x80070490: %CMARK_SORTING%"},
-      {Request(unknown), u"x", "x"},  // a first page does not consult the MarkEntry list
-      {Request(unknown, {{u"Where", u"1"}, {u"RID", u"1"}}), u"%CMARK_SORTING%",
-       "error 0x80070057: %CMARK_SORTING%"},
-      {Request(unknown, {{u"Where", u"1"}, {u"RID", u"1"}}), u"no tokens",
-       "error 0x80070057: no tokens"},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(RunMark(processor, c.request, c.text), c.expected) << c.expected;
-  EXPECT_EQ(
-      Raised([] { ContinuationMarkSortingProcessor(Parse(R"(<_><MarkEntry Name="A"/></_>)")); }),
-      "0x80070490");
-}
-
 constexpr std::u16string_view kWhileTemplate =
-    u"N=%CMARK_NAME_FIELD%\nC=%CMARK_CURRENT_DATA%\nI=%CMARK_NAME_FIELD_INS%\nX=%CMARK_NEXT_"
-    u"CONDITION%\n"
-    u"O=%CMARK_NEXT_CONDITION_ORDER%\nD=%CMARK_DISTINCT_FIELD%\nS=%SELECT_TOP_ACTION%\nJ=%WHILE_"
-    u"NEXT_DATA_JOIN%\n"
-    u"V=%CMARK_VIEW_NAME%\nP=%CMARK_OPERATOR%";
+    u"N=%CMARK_NAME_FIELD%\nC=%CMARK_CURRENT_DATA%\nI=%CMARK_NAME_FIELD_INS%\n"
+    u"X=%CMARK_NEXT_CONDITION%\nO=%CMARK_NEXT_CONDITION_ORDER%\nD=%CMARK_DISTINCT_FIELD%\n"
+    u"S=%SELECT_TOP_ACTION%\nJ=%WHILE_NEXT_DATA_JOIN%\nV=%CMARK_VIEW_NAME%\nP=%CMARK_OPERATOR%";
 constexpr const char* kWhile = "query_all_data_by_rid_with_cm_sort_while_with_classes";
 constexpr const char* kWhileLight = "query_all_data_by_rid_with_cm_sort_while_light_with_classes";
 
-TEST(ContinuationMarkWhileProcessorTest, Steps) {
-  const ContinuationMarkWhileProcessor processor(Parse(Testing::kConfig));
-  struct Case {
-    const char* name;
-    const char* entries;
-    std::vector<MarkColumn> mark;
-    const char* templateName;
-    std::string expected;
-  } cases[] = {
-      {"plain sort, first page", kByWhen, {}, kWhile, R"(N=[NextData].[When]
+// kWhileTemplate for a first page sorted by When; the other cases are
+// written as its changes.
+constexpr const char* kWhileFirstPage = R"(N=[NextData].[When]
 C=%WHO_GROUP_CONDITION_InGroup%
 %WHO_GROUP_CONDITION_NotInGroup%
 WHERE
@@ -189,23 +122,28 @@ D=[When]
 S=
 J=
 V=%VIEW_NAME%
-P=<)"},
-      {"plain sort, later page", kByWhen, kWhenMark, kWhile, R"(N=[NextData].[When]
-C=%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND (([CurrentData].[When] = N'2024-01-01') AND ([CurrentData].[RID] > '5') AND (1=1))
+P=<)";
 
-I=[NextData].[When]
-X=WHERE
-%CMARK_IJ_COND_START%(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%)%CMARK_IJ_COND_END% AND (([NextData].[When] < N'2024-01-01') AND (1=1))
-
-O=ORDER BY [When] DESC
-D=[When]
-S=
-J=
-V=%VIEW_NAME%
-P=<)"},
+TEST(ContinuationMarkWhileProcessorTest, Steps) {
+  using Testing::Edit;
+  const ContinuationMarkWhileProcessor processor(Parse(Testing::kConfig));
+  const std::string ridOnly = Edit(kWhileFirstPage, {{"[NextData].[When]", "RID"},
+                                                     {"[When] DESC", "[RID] ASC"},
+                                                     {"[When]", "[RID]"},
+                                                     {"P=<", "P= = "}});
+  struct Case {
+    const char* name;
+    const char* entries;
+    std::vector<MarkColumn> mark;
+    const char* templateName;
+    std::string expected;
+  } cases[] = {
+      {"plain sort, first page", kByWhen, {}, kWhile, kWhileFirstPage},
+      {"plain sort, later page", kByWhen, kWhenMark, kWhile,
+       Edit(kWhileFirstPage,
+            {{"((2=1))", "(([CurrentData].[When] = N'2024-01-01') AND ([CurrentData].[RID] > "
+                         "'5') AND (1=1))"},
+             {"((1=1))", "(([NextData].[When] < N'2024-01-01') AND (1=1))"}})},
       {"action, later page, light", kByAction, kActionMark, kWhileLight,
        R"(N=[Actions].[What_Action]
 C=%WHO_GROUP_CONDITION_InGroup%
@@ -225,44 +163,21 @@ S=, @What_ActionInt = [NextData].[What_Action]
 J=
 V=vw_AllChangesSimple
 P=<)"},
-      {"row id only", R"(<_ Column="RID" Direction="ASC"/>)", {{u"RID", u"3"}}, kWhile, R"(N=RID
-C=%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND (([CurrentData].[RID] > '3') AND (1=1))
-
-I=RID
-X=WHERE
-%CMARK_IJ_COND_START%(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%)%CMARK_IJ_COND_END% AND ((1=1))
-
-O=ORDER BY [RID] ASC
-D=[RID]
-S=
-J=
-V=%VIEW_NAME%
-P= = )"},
-      {"no sort entries", "", {{u"RID", u"3"}}, kWhileLight, R"(N=
-C=%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND ((1=1))
-
-I=
-X=WHERE
-%CMARK_IJ_COND_START%(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%)%CMARK_IJ_COND_END% AND ((1=1))
-
-O=
-D=[]
-S=
-J=
-V=vw_AllChangesSimple
-P= = )"},
+      {"row id only", R"(<_ Column="RID" Direction="ASC"/>)", {{u"RID", u"3"}}, kWhile,
+       Edit(ridOnly, {{"((2=1))", "(([CurrentData].[RID] > '3') AND (1=1))"}})},
+      {"no sort entries", "", {{u"RID", u"3"}}, kWhileLight,
+       Edit(ridOnly, {{"N=RID", "N="},
+                      {"I=RID", "I="},
+                      {"((2=1))", "((1=1))"},
+                      {"ORDER BY [RID] ASC", ""},
+                      {"[RID]", "[]"},
+                      {"%VIEW_NAME%", "vw_AllChangesSimple"}})},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
     EXPECT_EQ(RunMark(processor, Request(c.entries, c.mark, c.templateName),
                       std::u16string(kWhileTemplate)),
-              c.expected)
-        << c.name;
+              c.expected);
   }
 }
 
@@ -286,21 +201,40 @@ TEST(ContinuationMarkWhileProcessorTest, ActionWithASecondColumn) {
             "([Actions].[What_Action] > N'Read' COLLATE database_default ) AND (1=1))\n");
 }
 
-TEST(ContinuationMarkWhileProcessorTest, Failures) {
-  const ContinuationMarkWhileProcessor processor(Parse(Testing::kConfig));
-  const char* unknown = R"(<_ Column="Where" Direction="ASC"/>)";
+// A failure leaves the text as it was; a first page does not consult the
+// MarkEntry list.
+TEST(ContinuationMarkProcessorsTest, Failures) {
+  const ContinuationMarkSortingProcessor sorting(Parse(Testing::kConfig));
+  const ContinuationMarkWhileProcessor loop(Parse(Testing::kConfig));
+  const char* unknown = R"(<_ Column="Where" Direction="ASC"/><_ Column="RID" Direction="ASC"/>)";
+  const std::vector<MarkColumn> unknownMark = {{u"Where", u"1"}, {u"RID", u"1"}};
+  const VXNodePtr emptyRoot = Parse(R"(<Query><_ _name="SortingRoot"/></Query>)");
   struct Case {
+    const IContinuationMarkProcessor& processor;
     VXNodePtr request;
+    std::u16string text;
     std::string expected;
   } cases[] = {
-      {Request(nullptr, {}, kWhile), "error 0x80070490: %CMARK_OPERATOR%"},
-      {Parse(R"(<Query><_ _name="SortingRoot"/></Query>)"), "error 0x80070490: %CMARK_OPERATOR%"},
-      {Request(R"(<_ Column="When"/>)", {}, kWhile), "error 0x80070490: %CMARK_OPERATOR%"},
-      {Request(unknown, {}, kWhile), ">"},
-      {Request(unknown, {{u"RID", u"1"}}, kWhile), "error 0x80070057: %CMARK_OPERATOR%"},
+      {sorting, Request(kByWhen, kWhenMark), u"no tokens", "no tokens"},
+      {sorting, Request(nullptr), u"no tokens", "error 0x80070490: no tokens"},
+      {sorting, emptyRoot, u"%CMARK_SORTING%", "error 0x80070490: %CMARK_SORTING%"},
+      {sorting, Request(R"(<_ Column="When"/>)"), u"%CMARK_SORTING%",
+       "error 0x80070490: %CMARK_SORTING%"},
+      {sorting, Request(unknown), u"x", "x"},
+      {sorting, Request(unknown, unknownMark), u"%CMARK_SORTING%",
+       "error 0x80070057: %CMARK_SORTING%"},
+      {sorting, Request(unknown, unknownMark), u"no tokens", "error 0x80070057: no tokens"},
+      {loop, Request(nullptr, {}, kWhile), u"%CMARK_OPERATOR%",
+       "error 0x80070490: %CMARK_OPERATOR%"},
+      {loop, emptyRoot, u"%CMARK_OPERATOR%", "error 0x80070490: %CMARK_OPERATOR%"},
+      {loop, Request(R"(<_ Column="When"/>)", {}, kWhile), u"%CMARK_OPERATOR%",
+       "error 0x80070490: %CMARK_OPERATOR%"},
+      {loop, Request(unknown, {}, kWhile), u"%CMARK_OPERATOR%", ">"},
+      {loop, Request(unknown, unknownMark, kWhile), u"%CMARK_OPERATOR%",
+       "error 0x80070057: %CMARK_OPERATOR%"},
   };
   for (const auto& c : cases)
-    EXPECT_EQ(RunMark(processor, c.request, u"%CMARK_OPERATOR%"), c.expected) << c.expected;
+    EXPECT_EQ(RunMark(c.processor, c.request, c.text), c.expected) << c.expected;
 }
 
 TEST(ContinuationMarkProcessorsTest, ChoiceByTemplateName) {
@@ -317,23 +251,13 @@ TEST(ContinuationMarkProcessorsTest, ChoiceByTemplateName) {
        processors.SortWhileProcessor()},
       {u"query_all_data_by_rid_with_cm_sort_while_light_with_classes", Kind::While,
        processors.SortWhileProcessor()},
-      {u"query_all_data_by_rid", Kind::Default, processors.DefaultProcessor()},
       {u"QUERY_ALL_DATA_BY_RID_WITH_CM_SORT", Kind::Default, processors.DefaultProcessor()},
-      {u"query_all_data_by_rid_with_cm_sort ", Kind::Default, processors.DefaultProcessor()},
       {u"", Kind::Default, processors.DefaultProcessor()},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ContinuationMarkProcessors::KindOf(c.name), c.kind) << ToUtf8(c.name);
     EXPECT_EQ(processors.Choose(c.name).get(), c.processor.get()) << ToUtf8(c.name);
   }
-  EXPECT_NE(dynamic_cast<const ContinuationMarkSortingProcessor*>(processors.SortProcessor().get()),
-            nullptr);
-  EXPECT_NE(
-      dynamic_cast<const ContinuationMarkWhileProcessor*>(processors.SortWhileProcessor().get()),
-      nullptr);
-  EXPECT_NE(
-      dynamic_cast<const ContinuationMarkDefaultProcessor*>(processors.DefaultProcessor().get()),
-      nullptr);
 }
 
 TEST(ContinuationMarkProcessorsTest, ConfigurationFailures) {

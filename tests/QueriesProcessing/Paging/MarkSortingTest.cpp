@@ -38,25 +38,14 @@ const MarkFragments::RequiredCollate& Collate() {
   return table;
 }
 
-TEST(DefaultMarkSortingTest, Fragments) {
-  const CDefaultMarkSorting sorting(Collate());
-  struct Case {
-    const char* name;
-    const char* entries;
-    std::vector<MarkColumn> mark;
-    bool light;
-    std::string currentData, innerJoin;
-  } cases[] = {
-      {"first page",
-       kByWhen,
-       {},
-       false,
-       R"(%WHO_GROUP_CONDITION_InGroup%
+// The fragments of a first page sorted by When; the other cases are
+// written as their changes.
+constexpr const char* kCurrentData = R"(%WHO_GROUP_CONDITION_InGroup%
 %WHO_GROUP_CONDITION_NotInGroup%
 WHERE
 (%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND ((2=1))
-)",
-       R"(INNER JOIN
+)";
+constexpr const char* kInnerJoin = R"(INNER JOIN
 (
     SELECT DISTINCT TOP %TOP%
         [When]
@@ -71,91 +60,55 @@ WHERE
 ON [NextData].[When] = [Result_When].[When]
 WHERE %CMARK_IJ_COND_START%((%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%))%CMARK_IJ_COND_END%
 ORDER BY %SORTING%
-)"},
-      {"later page, light", kByWhen, kWhenMark, true,
-       R"(%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND (([CurrentData].[When] = N'2024-01-01') AND ([CurrentData].[RID] > '5') AND (1=1))
-)",
-       R"(INNER JOIN
-(
-    SELECT DISTINCT TOP %TOP%
-        [When]
-    FROM [%INSTANCE%].[%DB_NAME%].[%SCHEMA_NAME%].[vw_AllChangesSimple]
-%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND ([When] < N'2024-01-01')
+)";
 
-    ORDER BY [When] DESC
-) AS [Result_When]
-ON [NextData].[When] = [Result_When].[When]
-WHERE %CMARK_IJ_COND_START%((%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%))%CMARK_IJ_COND_END%
-ORDER BY %SORTING%
-)"},
-      {"ascending, collated, quoted",
-       R"(<_ Column="Who" Direction="ASC"/><_ Column="RID" Direction="DESC"/>)",
-       {{u"Who", u"O'Brien"}, {u"RID", u"8"}},
-       false,
-       R"(%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND (([CurrentData].[Who] = N'O''Brien' COLLATE database_default ) AND ([CurrentData].[RID] < '8') AND (1=1))
-)",
-       R"(INNER JOIN
-(
-    SELECT DISTINCT TOP %TOP%
-        [Who]
-    FROM [%INSTANCE%].[%DB_NAME%].[%SCHEMA_NAME%].[%VIEW_NAME%]
-%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND ([Who] > N'O''Brien' COLLATE database_default )
-
-    ORDER BY [Who] ASC
-) AS [Result_Who]
-ON [NextData].[Who] = [Result_Who].[Who]
-WHERE %CMARK_IJ_COND_START%((%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%))%CMARK_IJ_COND_END%
-ORDER BY %SORTING%
-)"},
-      {"row id only",
-       R"(<_ Column="RID" Direction="ASC"/>)",
-       {{u"RID", u"3"}},
-       true,
-       R"(%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND (([CurrentData].[RID] > '3') AND (1=1))
-)",
-       ""},
-  };
-  for (const auto& c : cases) {
-    const Fragments f = Build(sorting, c.entries, c.mark, c.light);
-    EXPECT_EQ(f.currentData, c.currentData) << c.name;
-    EXPECT_EQ(f.innerJoin, c.innerJoin) << c.name;
-    EXPECT_EQ(f.sortingField, "") << c.name;
-    EXPECT_EQ(f.sorting, "ORDER BY %SORTING%") << c.name;
-  }
-}
-
-TEST(WhatActionMarkSortingTest, Fragments) {
-  const CWhatActionMarkSorting sorting(Collate());
+TEST(DefaultMarkSortingTest, Fragments) {
+  using Testing::Edit;
+  const CDefaultMarkSorting sorting(Collate());
   struct Case {
     const char* name;
+    const char* entries;
     std::vector<MarkColumn> mark;
     bool light;
     std::string currentData, innerJoin;
   } cases[] = {
-      {"first page",
-       {},
-       false,
-       R"(%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-%CMARK_IJ_COND_CURR_START%(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%)%CMARK_IJ_COND_CURR_END% AND ((2=1))
-)",
-       R"(INNER JOIN
+      {"first page", kByWhen, {}, false, kCurrentData, kInnerJoin},
+      {"later page, light", kByWhen, kWhenMark, true,
+       Edit(kCurrentData,
+            {{"(2=1)", "([CurrentData].[When] = N'2024-01-01') AND ([CurrentData].[RID] > '5') AND "
+                       "(1=1)"}}),
+       Edit(kInnerJoin, {{"[%VIEW_NAME%]", "[vw_AllChangesSimple]"},
+                         {"((1=1))", "([When] < N'2024-01-01')"}})},
+      {"ascending, collated, quoted",
+       R"(<_ Column="Who" Direction="ASC"/><_ Column="RID" Direction="DESC"/>)",
+       {{u"Who", u"O'Brien"}, {u"RID", u"8"}}, false,
+       Edit(kCurrentData, {{"(2=1)",
+                            "([CurrentData].[Who] = N'O''Brien' COLLATE database_default ) AND "
+                            "([CurrentData].[RID] < '8') AND (1=1)"}}),
+       Edit(kInnerJoin, {{"When", "Who"},
+                         {"DESC", "ASC"},
+                         {"((1=1))", "([Who] > N'O''Brien' COLLATE database_default )"}})},
+      {"row id only", R"(<_ Column="RID" Direction="ASC"/>)", {{u"RID", u"3"}}, true,
+       Edit(kCurrentData, {{"(2=1)", "([CurrentData].[RID] > '3') AND (1=1)"}}), ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const Fragments f = Build(sorting, c.entries, c.mark, c.light);
+    EXPECT_EQ(f.currentData, c.currentData);
+    EXPECT_EQ(f.innerJoin, c.innerJoin);
+    EXPECT_EQ(f.sortingField, "");
+    EXPECT_EQ(f.sorting, "ORDER BY %SORTING%");
+  }
+}
+
+TEST(WhatActionMarkSortingTest, Fragments) {
+  using Testing::Edit;
+  const CWhatActionMarkSorting sorting(Collate());
+  const std::string currentData = Edit(
+      kCurrentData, {{"(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%)",
+                      "%CMARK_IJ_COND_CURR_START%(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND "
+                      "(%ACCESS_FILTER%)%CMARK_IJ_COND_CURR_END%"}});
+  const std::string innerJoin = R"(INNER JOIN
 (
     SELECT DISTINCT TOP %TOP%
         [Actions].[What_Action] as [TextWhatAction],
@@ -173,42 +126,30 @@ WHERE
 ON [NextData].[What_Action] = [Result_What_Action].[IntWhatAction]
 WHERE %CMARK_IJ_COND_START%((%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%))%CMARK_IJ_COND_END%
 ORDER BY [Result_What_Action].[TextWhatAction] DESC, [RID] ASC
-)"},
+)";
+  struct Case {
+    const char* name;
+    std::vector<MarkColumn> mark;
+    bool light;
+    std::string currentData, innerJoin;
+  } cases[] = {
+      {"first page", {}, false, currentData, innerJoin},
       {"later page, light", kActionMark, true,
-       R"(%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-%CMARK_IJ_COND_CURR_START%(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%)%CMARK_IJ_COND_CURR_END% AND (([CurrentData].[What_Action] = N'4' COLLATE database_default ) AND ([CurrentData].[RID] > '9') AND (1=1))
-)",
-       R"(INNER JOIN
-(
-    SELECT DISTINCT TOP %TOP%
-        [Actions].[What_Action] as [TextWhatAction],
-[SubQuery].[What_Action] as [IntWhatAction]
-    FROM [%INSTANCE%].[%DB_NAME%].[%SCHEMA_NAME%].[vw_AllChangesSimple] AS [SubQuery]
-INNER JOIN [Actions]
-ON [SubQuery].[What_Action] = [Actions].[What]
-%WHO_GROUP_CONDITION_InGroup%
-%WHO_GROUP_CONDITION_NotInGroup%
-WHERE
-(%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%) AND ([Actions].[What_Action] < N'Ge''lesen' COLLATE database_default )
-
-    ORDER BY [Actions].[What_Action] DESC
-) AS [Result_What_Action]
-ON [NextData].[What_Action] = [Result_What_Action].[IntWhatAction]
-WHERE %CMARK_IJ_COND_START%((%CONDITION_PRODUCT_ID%) AND (%CONDITION%) AND (%ACCESS_FILTER%))%CMARK_IJ_COND_END%
-ORDER BY [Result_What_Action].[TextWhatAction] DESC, [RID] ASC
-)"},
+       Edit(currentData, {{"(2=1)",
+                           "([CurrentData].[What_Action] = N'4' COLLATE database_default ) AND "
+                           "([CurrentData].[RID] > '9') AND (1=1)"}}),
+       Edit(innerJoin,
+            {{"[%VIEW_NAME%]", "[vw_AllChangesSimple]"},
+             {"((1=1))", "([Actions].[What_Action] < N'Ge''lesen' COLLATE database_default )"}})},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
     const Fragments f = Build(sorting, kByAction, c.mark, c.light);
-    EXPECT_EQ(f.currentData, c.currentData) << c.name;
-    EXPECT_EQ(f.innerJoin, c.innerJoin) << c.name;
-    EXPECT_EQ(f.sortingField, ",[Actions].[What_Action] as [TextWhatAction]") << c.name;
-    EXPECT_EQ(f.sorting, R"(INNER JOIN [Actions]
-ON [DataBaseResult].[What_Action] = [Actions].[What]
-ORDER BY [TextWhatAction] DESC,[RID] ASC)")
-        << c.name;
+    EXPECT_EQ(f.currentData, c.currentData);
+    EXPECT_EQ(f.innerJoin, c.innerJoin);
+    EXPECT_EQ(f.sortingField, ",[Actions].[What_Action] as [TextWhatAction]");
+    EXPECT_EQ(f.sorting, "INNER JOIN [Actions]\nON [DataBaseResult].[What_Action] = "
+                         "[Actions].[What]\nORDER BY [TextWhatAction] DESC,[RID] ASC");
   }
 }
 

@@ -66,6 +66,20 @@ inline std::string RunMark(const IContinuationMarkProcessor& processor, const VX
   return ToUtf8(text);
 }
 
+// `base` with every occurrence of each `from` replaced by its `to`, in order:
+// a test pins one whole text and writes the others as its changes. An edit
+// that finds nothing spoils the result, so that the comparison fails.
+inline std::string Edit(std::string base,
+                        const std::vector<std::pair<std::string, std::string>>& edits) {
+  for (const auto& [from, to] : edits) {
+    size_t at = base.find(from);
+    if (at == std::string::npos) return "no \"" + from + "\" in " + base;
+    for (; at != std::string::npos; at = base.find(from, at + to.size()))
+      base.replace(at, from.size(), to);
+  }
+  return base;
+}
+
 // The status a call raises as HRX, or "none".
 template <typename Call>
 std::string Raised(Call&& call) {

@@ -22,6 +22,8 @@ std::string Wrap(const std::string& condition) {
   return "<ConditionsRoot _name=\"Conditions\">" + condition + "</ConditionsRoot>";
 }
 
+// Comparisons, IN lists, AND and NOT as the examples write them are pinned by
+// the golden cases; these are the other fragments.
 TEST(ConditionsProcessorTest, Fragments) {
   const std::string when = R"x(<ConditionValues Columnn="When" AliasTable="t" Comparator="&gt;=" Value="o'x"/>)x";
   const std::string inList = R"x(<Condition operator="IN"><_ Columnn="Who" Values='str[]:["a","b"]'/></Condition>)x";
@@ -30,11 +32,8 @@ TEST(ConditionsProcessorTest, Fragments) {
     std::string conditions, expected;
   } cases[] = {
       {when, " ([t].[When] >= N'o''x') "},
-      {R"x(<ConditionValues Columnn="When" Comparator=" IS NULL"/>)x", " ([When]  IS NULL) "},
       {R"x(<ConditionValues Columnn="When" Comparator=" IS NOT NULL"/>)x", " ([When]  IS NOT NULL) "},
       {R"x(<ConditionValues Columnn="When" Comparator="IS NULL" Value="x"/>)x", " ([When] IS NULL N'x') "},
-      {R"x(<ConditionValues Columnn="Who" Value="a"/>)x", " ([Who] = N'a') "},
-      {inList, " ([Who] IN (N'a',N'b')) "},
       {notIn, " ([Id] NOT IN (1,2)) "},
       {R"x(<Condition operator="IN"><_ Columnn="Id" Values="u32[]:[7]"/></Condition>)x", " ([Id] IN (7)) "},
       {R"x(<Condition operator="IN"><_ Columnn="Id" Values="i64[]:[7]"/></Condition>)x", " ([Id] IN (N'7')) "},

@@ -84,6 +84,8 @@ TEST(CMSortingProcessorTest, QualifyBracketedNames) {
   }
 }
 
+// A plain sort and a sort by the action alone are pinned by the golden case
+// shaping/next-page.
 TEST(CMSortingProcessorTest, ActionSortingAndSelectField) {
   const std::u16string text =
       u"SELECT [RID]%CMARK_FIRST_SELECT_FIELD% WHERE %CMARK_IJ_COND_START%( [Who] = 1 %CMARK_IJ_COND_END% AND "
@@ -91,11 +93,6 @@ TEST(CMSortingProcessorTest, ActionSortingAndSelectField) {
   struct Case {
     std::string entries, expected;
   } cases[] = {
-      {R"x(<_ Column="When" Direction="DESC"/><_ _name="RID" Column="RID" Direction="DESC"/>)x",
-       "SELECT [RID] WHERE ( [NextData].[Who] = 1  AND ( [CurrentData].[When] > 2  ORDER BY %SORTING%"},
-      {R"x(<_ Column="What_Action" Direction="DESC"/><_ Column="RID" Direction="DESC"/>)x",
-       "SELECT [RID], CAST(N'' AS nvarchar(max)) AS [TextWhatAction] WHERE ( [NextData].[Who] = 1  AND "
-       "( [CurrentData].[When] > 2  ORDER BY [Actions].[What_Action] DESC,[RID] ASC"},
       {R"x(<_ Column="Who" Direction="ASC" Order="i32:1"/><_ Column="What_Action" Direction="DESC"/><_ Column="RID"/>)x",
        "SELECT [RID], CAST(N'' AS nvarchar(max)) AS [TextWhatAction] WHERE ( [NextData].[Who] = 1  AND "
        "( [CurrentData].[When] > 2  ORDER BY [Actions].[What_Action] DESC,[Actions].[What_Action] ASC,[RID] ASC"},

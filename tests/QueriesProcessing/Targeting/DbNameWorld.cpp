@@ -34,8 +34,8 @@ HRESULT Provide(const char16_t* name, uint32_t, const GUID* iid, void** out) {
 VXNodePtr Node(const std::string& text) { return ReadNodeText("<nr>" + text + "</nr>", "test")[0]; }
 
 DbNameWorld::DbNameWorld()
-    : server(FakeConfigServer::Make()),
-      dataSources(FakeDataSources::Make()),
+    : server(::Testing::MakeFake<FakeConfigServer, IConfigNodes>()),
+      dataSources(::Testing::MakeFake<FakeDataSources, IDataSources>()),
       gate(::Testing::FakeGate::Make()),
       contexts(::Testing::MakeFake<::Testing::FakeContexts, IRequestContextMgr>()) {
   gate->contexts = contexts;
@@ -59,7 +59,7 @@ void DbNameWorld::AddSource(const std::string& type, const std::string& id,
                  "\" WasEverEnabled=\"bool:" + (everEnabled ? "true" : "false") +
                  "\"><_ _name=\"AuditedSystems\"><_ _name=\"AuditedSystemNodeType\" _value=\"" +
                  type + "\"/></_></_>";
-  if (!dataSource.empty()) dataSources->Add(ToUtf16(id), Node(dataSource));
+  if (!dataSource.empty()) dataSources->nodes[ToUtf16(id)] = Node(dataSource);
 }
 
 void DbNameWorld::SetHealth(const std::vector<Health>& entries) {

@@ -29,9 +29,9 @@ class DbNameWorld {
   DbNameWorld(const DbNameWorld&) = delete;
   DbNameWorld& operator=(const DbNameWorld&) = delete;
 
-  // A managed object `id` of the data source type `type`, filed in the
-  // history (ever enabled or not), and served as the node `dataSource`
-  // (text form) unless that is empty.
+  // A managed object `id` (format 0) of the data source type `type`, filed
+  // in the history (ever enabled or not), and served as the node
+  // `dataSource` (text form) unless that is empty.
   void AddSource(const std::string& type, const std::string& id, const std::string& dataSource,
                  bool everEnabled = true);
 

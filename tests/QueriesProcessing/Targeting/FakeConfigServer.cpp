@@ -1,29 +1,26 @@
 #include "FakeConfigServer.h"
 
+#include "tests/Common/FakeRequestContexts.h"
+
 namespace QueriesProcessing::Testing {
 
 namespace {
 
+// Where the search goes on in `found`.
 class FakeCursor : public CComponentBase, public IConfigCursor {
  public:
   using Interfaces = std::tuple<IConfigCursor>;
   size_t next = 0;
 };
 
-}  // namespace
-
-FakeConfigServer* FakeConfigServer::Make() {
-  IConfigNodes* made = nullptr;
-  Check(CComponentObject<FakeConfigServer>::Create(IConfigNodes::kIid,
-                                                   reinterpret_cast<void**>(&made)));
-  return static_cast<FakeConfigServer*>(made);
-}
-
-uint32_t FakeConfigServer::HandOut(size_t& next, VXNodePtr* nodes, uint32_t count) {
+uint32_t HandOut(const std::vector<VXNodePtr>& found, size_t& next, VXNodePtr* nodes,
+                 uint32_t count) {
   uint32_t n = 0;
   for (; n < count && next < found.size(); ++n) nodes[n] = found[next++];
   return n;
 }
+
+}  // namespace
 
 HRESULT FakeConfigServer::FindNodes(const VXNodePtr& filter, IConfigCursor** cursor,
                                     VXNodePtr* nodes, uint32_t count, uint32_t* returned) {
@@ -39,11 +36,10 @@ HRESULT FakeConfigServer::FindNodes(const VXNodePtr& filter, IConfigCursor** cur
     return S_OK;
   }
   size_t next = 0;
-  *returned = HandOut(next, nodes, count);
+  *returned = HandOut(found, next, nodes, count);
   if (!cursor || !giveCursor) return S_OK;
-  IConfigCursor* made = nullptr;
-  Check(CComponentObject<FakeCursor>::Create(IConfigCursor::kIid, reinterpret_cast<void**>(&made)));
-  static_cast<FakeCursor*>(made)->next = next;
+  FakeCursor* made = ::Testing::MakeFake<FakeCursor, IConfigCursor>();
+  made->next = next;
   *cursor = made;
   return S_OK;
 }
@@ -53,7 +49,7 @@ HRESULT FakeConfigServer::FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint
   calls.push_back("FindMore(" + std::to_string(count) + ")");
   *returned = 0;
   if (Failed(moreStatus)) return moreStatus;
-  *returned = HandOut(static_cast<FakeCursor*>(cursor)->next, nodes, count);
+  *returned = HandOut(found, static_cast<FakeCursor*>(cursor)->next, nodes, count);
   return S_OK;
 }
 

@@ -21,9 +21,6 @@ class FakeConfigServer : public CComponentBase, public IConfigNodes {
   HRESULT FindMore(IConfigCursor* cursor, VXNodePtr* nodes, uint32_t count,
                    uint32_t* returned) override;
 
-  // Makes one with a reference held by the caller.
-  static FakeConfigServer* Make();
-
   std::vector<VXNodePtr> found;
   std::vector<std::pair<std::u16string, VXNodePtr>> byPath;
   HRESULT findStatus = S_OK;
@@ -31,9 +28,6 @@ class FakeConfigServer : public CComponentBase, public IConfigNodes {
   bool giveCursor = true;
   std::vector<std::string> calls;
   std::vector<VXNodePtr> filters;
-
- private:
-  uint32_t HandOut(size_t& next, VXNodePtr* nodes, uint32_t count);
 };
 
 }  // namespace QueriesProcessing::Testing

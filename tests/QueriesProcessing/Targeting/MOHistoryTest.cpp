@@ -1,57 +1,28 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <mutex>
+#include <optional>
 
-#include "Common/Components/NamedInstances.h"
-#include "Common/Logger.h"
-#include "Common/Nodes/NodeTextReader.h"
 #include "Common/Text.h"
-#include "FakeConfigServer.h"
+#include "DbNameWorld.h"
 #include "QueriesProcessing/Scriptwright/Targeting/MOHistory.h"
 
 namespace QueriesProcessing {
 namespace {
 
-using Testing::FakeConfigServer;
+using Testing::Node;
 using Ids = std::set<std::u16string>;
 
-constexpr char16_t kHistoryPath[] = u"\\Tallyvane\\ReportingSettingsHistory";
 constexpr char16_t kInvestigations[] = u"{46353FF1-F051-4D62-A6DC-2F79BB71C5FD}";
-
-FakeConfigServer* gServer = nullptr;
-
-HRESULT Provide(const char16_t* name, uint32_t, const GUID* iid, void** out) {
-  if (std::u16string_view(name) != u"ConfigServer.Proxy" || !gServer) return E_NOTFOUND;
-  return static_cast<IConfigNodes*>(gServer)->QueryInterface(*iid, out);
-}
-
-// Keeps the lines of the log, for the traces.
-class Capture : public Logger {
- public:
-  void Write(const char16_t* text, size_t length) override {
-    std::lock_guard guard(lock_);
-    text_.append(text, length);
-  }
-  bool Has(std::u16string_view part) {
-    std::lock_guard guard(lock_);
-    return text_.find(part) != std::u16string::npos;
-  }
-
- private:
-  std::mutex lock_;
-  std::u16string text_;
-};
-
-VXNodePtr Node(const std::string& text) { return ReadNodeText("<nr>" + text + "</nr>", "test")[0]; }
+constexpr char16_t kFirst[] = u"{0DD265D7-9C92-4FC0-9CBE-32D691746561}";
+constexpr char16_t kSecond[] = u"{BBBBBBBB-0000-0000-0000-00000000000B}";
 
 // Two containers under two collectors (C1, C2); the first ever enabled, in
 // lower case and with a child of another name; the second never enabled.
 // IntegrationAPI and SelfAudit were enabled once, Alerts never.
-std::string History(const std::string& builtIns) {
-  return R"x(<_ _name="ReportingSettingsHistory">
-      <_ _name="Containers">
-        <_ _name="first" _value="0dd265d7-9c92-4fc0-9cbe-32d691746561" WasEverEnabled="bool:true">
+std::string History(bool investigations) {
+  return R"x(<_ _name="ReportingSettingsHistory"><_ _name="Containers">
+        <_ _value="0dd265d7-9c92-4fc0-9cbe-32d691746561" WasEverEnabled="bool:true">
           <_ _name="AuditedSystems">
             <_ _name="AuditedSystemNodeType" _value="{C1C1C1C1-0000-0000-0000-000000000001}"/>
             <_ _name="Note" _value="not a GUID and passed over"/>
@@ -63,27 +34,19 @@ std::string History(const std::string& builtIns) {
             <_ _name="AuditedSystemNodeType" _value="c1c1c1c1-0000-0000-0000-000000000001"/>
           </_>
         </_>
-      </_>)x" +
-         builtIns + "</_>";
+      </_>
+      <_ _name="IntegrationAPI" WasEverEnabled="bool:true"/>
+      <_ _name="Alerts" WasEverEnabled="bool:false"/>
+      <_ _name="SelfAudit" WasEverEnabled="bool:true"/>
+      <_ _name="Investigations" WasEverEnabled="bool:)x" +
+         std::string(investigations ? "true" : "false") + "\"/></_>";
 }
-
-constexpr char kBuiltIns[] = R"x(<_ _name="IntegrationAPI" WasEverEnabled="bool:true"/>
-    <_ _name="Alerts" WasEverEnabled="bool:false"/>
-    <_ _name="SelfAudit" WasEverEnabled="bool:true"/>)x";
 
 class MOHistoryTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    gServer = FakeConfigServer::Make();
-    ScriptwrightSetNamedInstanceProvider(&Provide);
+  void Serve(const std::string& history) {
+    world_->server->byPath = {{u"\\Tallyvane\\ReportingSettingsHistory", Node(history)}};
   }
-  void TearDown() override {
-    ScriptwrightSetNamedInstanceProvider(nullptr);
-    if (gServer) static_cast<IConfigNodes*>(gServer)->Release();
-    gServer = nullptr;
-  }
-
-  void Serve(const std::string& history) { gServer->byPath = {{kHistoryPath, Node(history)}}; }
 
   static HRESULT Status(const std::function<void()>& body) {
     try {
@@ -93,6 +56,8 @@ class MOHistoryTest : public ::testing::Test {
       return failure.code();
     }
   }
+
+  std::optional<Testing::DbNameWorld> world_{std::in_place};
 };
 
 TEST_F(MOHistoryTest, FilesManagedObjectsByCollector) {
@@ -104,10 +69,10 @@ TEST_F(MOHistoryTest, FilesManagedObjectsByCollector) {
   const Case cases[] = {
       {"two containers, one never enabled; any GUID form",
        u"c1c1c1c1-0000-0000-0000-000000000001",
-       {u"{0DD265D7-9C92-4FC0-9CBE-32D691746561}", u"{BBBBBBBB-0000-0000-0000-00000000000B}"}},
+       {kFirst, kSecond}},
       {"a lower-case container is written upper case in braces",
        u"{C2C2C2C2-0000-0000-0000-000000000002}",
-       {u"{0DD265D7-9C92-4FC0-9CBE-32D691746561}"}},
+       {kFirst}},
       {"IntegrationAPI ever enabled",
        u"3a3ff789-b927-40c9-b5d2-3b3a08b6c289",
        {u"{17D9ED53-091A-4A87-835F-5A486882436F}"}},
@@ -117,81 +82,31 @@ TEST_F(MOHistoryTest, FilesManagedObjectsByCollector) {
       {"Alerts never enabled: no entry", u"73f27cf7-87c8-4ae0-8193-53cad68a60aa", {}},
       {"an unknown collector", u"{00000000-0000-0000-0000-0000000000FF}", {}},
   };
-  Serve(History(kBuiltIns));
-  CMOHistory history;
-  history.Initialize();
-  EXPECT_EQ(gServer->calls, std::vector<std::string>{"FindNodes(1)"});
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    Ids ids = {u"left over from before"};
-    EXPECT_EQ(history.GetMObyCollector(c.collector, ids), c.expected.size());
-    EXPECT_EQ(ids, c.expected);
+  // Investigations, once enabled, joins every collector.
+  for (const bool investigations : {false, true}) {
+    Serve(History(investigations));
+    world_->server->calls.clear();
+    CMOHistory history;
+    history.Initialize();
+    EXPECT_EQ(world_->server->calls, std::vector<std::string>{"FindNodes(1)"});
+    for (const auto& c : cases) {
+      SCOPED_TRACE(std::string(c.what) + (investigations ? ", Investigations" : ""));
+      Ids expected = c.expected;
+      if (investigations) expected.insert(kInvestigations);
+      Ids ids = {u"left over from before"};
+      EXPECT_EQ(history.GetMObyCollector(c.collector, ids), expected.size());
+      EXPECT_EQ(ids, expected);
+    }
+    // Containers count in any GUID form; built-ins and Investigations never.
+    for (const char16_t* id : {kFirst, u"0dd265d7-9c92-4fc0-9cbe-32d691746561",
+                               u"0DD265D79C924FC09CBE32D691746561"}) {
+      EXPECT_TRUE(history.WasEverEnabled(id)) << ToUtf8(id);
+    }
+    for (const char16_t* id : {kSecond, u"{FB549CD3-760F-4689-94D6-A05EB8097543}", kInvestigations,
+                               u"{00000000-0000-0000-0000-0000000000FF}"}) {
+      EXPECT_FALSE(history.WasEverEnabled(id)) << ToUtf8(id);
+    }
   }
-}
-
-TEST_F(MOHistoryTest, TracesWhatItReads) {
-  static Capture capture;
-  static const bool added = AddLogger(&capture);
-  ASSERT_TRUE(added);
-  SetMaxSeverity(Severity::DBG);
-  Serve(History(kBuiltIns));
-  CMOHistory history;
-  history.Initialize();
-  Ids ids;
-  history.GetMObyCollector(u"c1c1c1c1-0000-0000-0000-000000000001", ids);
-  SetMaxSeverity(Severity::ERR);
-  for (const std::u16string_view line : {
-           u"History:VXNode[0x",
-           u"Found:0dd265d7-9c92-4fc0-9cbe-32d691746561",
-           u"{0DD265D7-9C92-4FC0-9CBE-32D691746561} enabled",
-           u"{BBBBBBBB-0000-0000-0000-00000000000B} disabled",
-           u"Found:C2C2C2C2000000000000000000000002",
-           u"Found:not a GUID and passed over",
-           u"Found history for c1c1c1c1-0000-0000-0000-000000000001",
-       }) {
-    EXPECT_TRUE(capture.Has(line)) << ToUtf8(line);
-  }
-}
-
-TEST_F(MOHistoryTest, InvestigationsJoinEveryCollector) {
-  Serve(History(R"(<_ _name="Investigations" WasEverEnabled="bool:true"/>)"));
-  CMOHistory history;
-  history.Initialize();
-  Ids ids;
-  EXPECT_EQ(history.GetMObyCollector(u"{00000000-0000-0000-0000-0000000000FF}", ids), 1u);
-  EXPECT_EQ(ids, Ids{kInvestigations});
-  EXPECT_EQ(history.GetMObyCollector(u"{C2C2C2C2-0000-0000-0000-000000000002}", ids), 2u);
-  EXPECT_EQ(ids, (Ids{u"{0DD265D7-9C92-4FC0-9CBE-32D691746561}", kInvestigations}));
-  EXPECT_EQ(history.GetMObyCollector(u"3a3ff789-b927-40c9-b5d2-3b3a08b6c289", ids),
-            1u);  // IntegrationAPI absent
-
-  Serve(History(R"(<_ _name="Investigations" WasEverEnabled="bool:false"/>)"));
-  CMOHistory never;
-  never.Initialize();
-  EXPECT_EQ(never.GetMObyCollector(u"{00000000-0000-0000-0000-0000000000FF}", ids), 0u);
-}
-
-TEST_F(MOHistoryTest, EverEnabled) {
-  struct Case {
-    const char16_t* id;
-    bool expected;
-  };
-  const Case cases[] = {
-      {u"{0DD265D7-9C92-4FC0-9CBE-32D691746561}", true},
-      {u"0dd265d7-9c92-4fc0-9cbe-32d691746561", true},
-      {u"0DD265D79C924FC09CBE32D691746561", true},
-      {u"{BBBBBBBB-0000-0000-0000-00000000000B}", false},  // never enabled
-      {u"{FB549CD3-760F-4689-94D6-A05EB8097543}",
-       false},  // SelfAudit's object: built-ins never enter
-      {u"{17D9ED53-091A-4A87-835F-5A486882436F}", false},  // IntegrationAPI's object
-      {u"{46353FF1-F051-4D62-A6DC-2F79BB71C5FD}", false},  // Investigations' object
-      {u"{00000000-0000-0000-0000-0000000000FF}", false},  // unknown
-  };
-  Serve(History(std::string(kBuiltIns) +
-                R"(<_ _name="Investigations" WasEverEnabled="bool:true"/>)"));
-  CMOHistory history;
-  history.Initialize();
-  for (const auto& c : cases) EXPECT_EQ(history.WasEverEnabled(c.id), c.expected) << ToUtf8(c.id);
 }
 
 TEST_F(MOHistoryTest, Failures) {
@@ -223,23 +138,22 @@ TEST_F(MOHistoryTest, Failures) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    gServer->byPath.clear();
+    world_->server->byPath.clear();
     if (c.history) Serve(c.history);
-    gServer->findStatus = c.findStatus;
+    world_->server->findStatus = c.findStatus;
     CMOHistory history;
     EXPECT_EQ(Status([&] { history.Initialize(); }), c.expected);
   }
 
-  gServer->findStatus = S_OK;
-  Serve(History(kBuiltIns));
+  world_->server->findStatus = S_OK;
+  Serve(History(false));
   CMOHistory history;
   history.Initialize();
   Ids ids;
   EXPECT_EQ(Status([&] { history.GetMObyCollector(u"not a GUID", ids); }), E_INVALIDARG);
   EXPECT_EQ(Status([&] { history.WasEverEnabled(u"{0DD265D7-9C92}"); }), E_INVALIDARG);
 
-  static_cast<IConfigNodes*>(gServer)->Release();
-  gServer = nullptr;  // no "ConfigServer.Proxy"
+  world_.reset();  // no "ConfigServer.Proxy"
   CMOHistory orphan;
   EXPECT_EQ(Status([&] { orphan.Initialize(); }), E_NOTFOUND);
 }

@@ -43,9 +43,7 @@ TEST(ValueProcessorsTest, Top) {
     const char* request;
     std::string top, optional;
   } cases[] = {
-      {"<Query/>", "SELECT TOP 2000 *", "SELECT  *"},
-      {R"x(<Query Top="u32:100"/>)x", "SELECT TOP 100 *", "SELECT TOP (100) *"},
-      {R"x(<Query Top="i32:0"/>)x", "SELECT TOP 0 *", "SELECT  *"},
+      // Absent, 0 and a number are pinned by the golden case values/top.
       {R"x(<Query Top="null:"/>)x", "SELECT TOP 2000 *", "SELECT  *"},
       {R"x(<Query Top="50"/>)x", "SELECT TOP 50 *", "SELECT TOP (50) *"},
   };
@@ -69,7 +67,6 @@ TEST(ValueProcessorsTest, SimpleParameters) {
     std::u16string text;
     std::string expected;
   } cases[] = {
-      {R"x(<Query User="O'Brien"/>)x", "", u"[Who] = N'$User$'", "[Who] = N'O''Brien'"},
       {"<Query/>", R"x(<variable_processor User="fallback"/>)x", u"$User$", "fallback"},
       {R"x(<Query User="request"/>)x", R"x(<variable_processor User="fallback"/>)x", u"$User$",
        "request"},
@@ -97,26 +94,6 @@ TEST(ValueProcessorsTest, SimpleParameters) {
   }
 }
 
-// A value that names its own parameter grows the text with each round; the
-// growth bound ends it long before the replacement cap would.
-TEST(ValueProcessorsTest, SelfReferenceFailsFast) {
-  const std::string padding(1000, 'x');
-  const std::string request = R"x(<Query User="$User$)x" + padding + R"x("/>)x";
-  const std::u16string text = u"WHERE r.[Who] = N'$User$'";
-  CSimpleParametersProcessor processor;
-  ASSERT_EQ(processor.Initialize(Parse(kParameters)), S_OK);
-  VXNodePtr requestNode = Parse(request);
-  std::u16string working = text;
-  EXPECT_EQ(processor.ProcessNode(requestNode, VXNodePtr(), working), E_INVALIDARG);
-  const auto info = GetErrorInfo();
-  ASSERT_TRUE(info);
-  EXPECT_EQ(ToUtf8(info->description), "The parameter is incorrect: the text grew from " +
-                                           std::to_string(text.size()) +
-                                           " to more than 524288 characters (parameter 'User')");
-  EXPECT_GT(working.size(), 524288u);  // half replaced, as any failure leaves it
-  EXPECT_EQ(working.substr(0, 18), u"WHERE r.[Who] = N'");
-}
-
 TEST(ValueProcessorsTest, UidAndDateAdd) {
   const char* uidConfig = R"x(<_>
       <_ _name="ReplacedEntries">
@@ -135,9 +112,6 @@ TEST(ValueProcessorsTest, UidAndDateAdd) {
 
   const char* dateConfig =
       R"x(<_ variable="%DATEADD%" part_variable="%PART%" offset_variable="%OFFSET%"/>)x";
-  EXPECT_EQ(RunProcessor<CDateAddProcessor>(dateConfig, "<Query/>",
-                                            u"DATEADD(%PART%, %OFFSET%, [When]) %DATEADD%"),
-            "DATEADD(hour, 0, [When]) %DATEADD%");
   EXPECT_EQ(RunProcessor<CDateAddProcessor>(
                 dateConfig, R"x(<Query DateTimePart="minute" DateTimeOffset="i32:-90"/>)x",
                 u"DATEADD(%PART%, %OFFSET%, [When])x"),
