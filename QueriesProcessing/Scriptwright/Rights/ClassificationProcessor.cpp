@@ -16,9 +16,7 @@ namespace {
 constexpr uint64_t kAllOnes = ~uint64_t{0};
 constexpr std::u16string_view kClasses = u"Classes"sv;
 
-bool IsClasses(const VXNodePtr& node) {
-  return node.GetStringView(u"Columnn", u""sv) == kClasses;
-}
+bool IsClasses(const VXNodePtr& node) { return node.GetStringView(u"Columnn", u""sv) == kClasses; }
 
 AttributeText ComparatorOf(const VXNodePtr& node) {
   return node.GetStringView(u"Comparator", u"="sv);
@@ -41,9 +39,9 @@ HRESULT CClassificationProcessor::Initialize(const VXNodePtr& config) {
       if (child.TypeView() != u"query_modificator"sv) return;
       std::u16string key = child.GetString(u"QueryName") + u":" + child.GetString(u"Command");
       // emplace keeps the first of one key.
-      queryModificators_.emplace(std::move(key),
-                                 QueryModificator{child.GetString(u"Datasource"),
-                                                  child.GetString(u"Ext"), child.GetString(u"Alias")});
+      queryModificators_.emplace(
+          std::move(key), QueryModificator{child.GetString(u"Datasource"), child.GetString(u"Ext"),
+                                           child.GetString(u"Alias")});
     });
     Check(CConditionsProcessor::Initialize(config));
   });
@@ -224,8 +222,7 @@ void CClassificationProcessor::SetAliasTable(const VXNodePtr& root,
   }
 }
 
-void CClassificationProcessor::FinishConditionText(const VXNodePtr& request,
-                                                   std::u16string& text) {
+void CClassificationProcessor::FinishConditionText(const VXNodePtr& request, std::u16string& text) {
   if (!correctDbQueries_.contains(request.GetStringView(u"Query_Template_Name").view())) return;
   VX_LOG_SCOPE(Severity::DBG, "CClassificationProcessor::Finalize");
   try {

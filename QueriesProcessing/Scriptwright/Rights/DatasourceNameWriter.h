@@ -65,10 +65,10 @@ class DatasourceNameWriter {
 
   std::u16string datasource_;
   std::u16string reversedDatasource_;
-  std::u16string done_;            // the text before the current occurrence
-  std::u16string rest_;            // the text from it on, reversed
-  std::vector<size_t> froms_;      // every "FROM [" that lies wholly in done_
-  size_t unscanned_ = 0;           // where in done_ the next "FROM [" may start
+  std::u16string done_;        // the text before the current occurrence
+  std::u16string rest_;        // the text from it on, reversed
+  std::vector<size_t> froms_;  // every "FROM [" that lies wholly in done_
+  size_t unscanned_ = 0;       // where in done_ the next "FROM [" may start
 };
 
 }  // namespace QueriesProcessing

@@ -33,8 +33,8 @@ std::string Classify(const char* config, const std::string& request, const std::
 }
 
 std::string Request(const std::string& command, const std::string& conditions) {
-  return R"x(<Query Query_Template_Name="t")x" + command + "><ConditionsRoot _name=\"Conditions\">" +
-         conditions + "</ConditionsRoot></Query>";
+  return R"x(<Query Query_Template_Name="t")x" + command +
+         "><ConditionsRoot _name=\"Conditions\">" + conditions + "</ConditionsRoot></Query>";
 }
 
 std::string Classes(const std::string& comparator, const std::string& value) {
@@ -78,29 +78,33 @@ TEST(ClassificationProcessorTest, WalksClassesIntoFilterStatements) {
       {"a child of unknown type still counts", kMain, Operator("AND", "<Other/>"), " () "},
       {"IN ORs the values", kMain,
        Operator("IN", R"x(<L Columnn="Classes" Values='u64[]:[1,2,8]'/>)x"), "{ DS.e 11}"},
-      {"NOT IN negates", kMain, Operator("NOT IN", R"x(<L Columnn="Classes" Values='str[]:["3"]'/>)x"),
-       "{NOT DS.e 3}"},
+      {"NOT IN negates", kMain,
+       Operator("NOT IN", R"x(<L Columnn="Classes" Values='str[]:["3"]'/>)x"), "{NOT DS.e 3}"},
       {"IN with all-ones first", kMain,
-       Operator("IN", "<L Columnn=\"Classes\" Values='u64[]:[" + max + ",1]'/>"), "{ DS.e " + max + "}"},
+       Operator("IN", "<L Columnn=\"Classes\" Values='u64[]:[" + max + ",1]'/>"),
+       "{ DS.e " + max + "}"},
       {"IN with all-ones later ORs into all-ones", kMain,
-       Operator("IN", "<L Columnn=\"Classes\" Values='u64[]:[0," + max + "]'/>"), "{ DS.e " + max + "}"},
+       Operator("IN", "<L Columnn=\"Classes\" Values='u64[]:[0," + max + "]'/>"),
+       "{ DS.e " + max + "}"},
       {"IN of zero writes the filter", kMain,
        Operator("IN", R"x(<L Columnn="Classes" Values='u64[]:[0]'/>)x"), "{ DS.e 0}"},
       {"IN of nothing", kMain, Operator("IN", R"x(<L Columnn="Classes" Values='u64[]:[]'/>)x"), ""},
-      {"IN on another column", kMain, Operator("IN", R"x(<L Columnn="Raw" Values='str[]:["a"]'/>)x"),
-       " ([Raw] IN (N'a')) "},
+      {"IN on another column", kMain,
+       Operator("IN", R"x(<L Columnn="Raw" Values='str[]:["a"]'/>)x"), " ([Raw] IN (N'a')) "},
       {"IN without a list", kMain, Operator("IN", ""), "(1=1)"},
       {"NOT", kMain, Operator("NOT", Classes("=", "2")), " ( NOT{ DS.e 2} ) "},
       {"time values know no classes", kMain,
        R"x(<ConditionTimeValues Columnn="Classes" Value="5"/>)x", " ([Classes] = N'5') "},
       {"the first modificator of the command", R"x( CurrentCommand="mod")x",
-       Operator("AND", kAnn + Classes("=", "1") + R"x(<ConditionValues Columnn="Raw" Value="r"/>)x"),
+       Operator("AND",
+                kAnn + Classes("=", "1") + R"x(<ConditionValues Columnn="Raw" Value="r"/>)x"),
        " ( ([a].[Who] = N'ann')  AND  (Raw = N'r')  AND { MDS.m 1}) "},
       {"an empty root needs no command", "", "", " (1=1) "},
       {"no command", "", kAnn,
        "error 0x80070490: Element not found: attribute 'CurrentCommand' is missing on node Query"},
       {"a value that is no number", kMain, Classes("=", "-1"),
-       "error 0x8007000D: The data is invalid: attribute 'Value' on node ConditionValues has no value "
+       "error 0x8007000D: The data is invalid: attribute 'Value' on node ConditionValues has no "
+       "value "
        "of the type asked for"},
       {"a folded term needs its comparator", kMain, Operator("OR", Classes("", "1")),
        "error 0x80070490: Element not found: attribute 'Comparator' is missing on node "
@@ -115,9 +119,10 @@ TEST(ClassificationProcessorTest, WalksClassesIntoFilterStatements) {
 TEST(ClassificationProcessorTest, AliasesHoldOnlyForTheWalk) {
   CClassificationProcessor processor;
   ASSERT_EQ(processor.Initialize(Parse(kConfig)), S_OK);
-  VXNodePtr request = Parse(Request(R"x( CurrentCommand="mod")x",
-                                    R"x(<ConditionValues Columnn="Who" AliasTable="r" Value="ann"/>)x"
-                                    R"x(<ConditionValues Columnn="Raw" AliasTable="r" Value="x"/>)x"));
+  VXNodePtr request =
+      Parse(Request(R"x( CurrentCommand="mod")x",
+                    R"x(<ConditionValues Columnn="Who" AliasTable="r" Value="ann"/>)x"
+                    R"x(<ConditionValues Columnn="Raw" AliasTable="r" Value="x"/>)x"));
   std::u16string text = u"%CONDITION%";
   ASSERT_EQ(processor.ProcessNode(request, VXNodePtr(), text), S_OK);
   EXPECT_EQ(ToUtf8(text), " ([a].[Who] = N'ann')  ([r].Raw = N'x') ");
@@ -141,7 +146,8 @@ TEST(ClassificationProcessorTest, FinalizeNamesTheEnclosingDatabase) {
     std::u16string text;
     std::string expected;
   } cases[] = {
-      {"one filter", "fin", Classes("=", "5"), u"SELECT * FROM [S].[A].[dbo].[V] AS r WHERE %CONDITION%",
+      {"one filter", "fin", Classes("=", "5"),
+       u"SELECT * FROM [S].[A].[dbo].[V] AS r WHERE %CONDITION%",
        "SELECT * FROM [S].[A].[dbo].[V] AS r WHERE " + filter5},
       {"a second filter takes the first one's FROM [ for the enclosing one", "fin",
        Operator("AND", Classes("=", "1") + Classes("<>", "2")),
@@ -156,13 +162,15 @@ TEST(ClassificationProcessorTest, FinalizeNamesTheEnclosingDatabase) {
        "FROM [T].[B].[dbo].[V] WHERE (SELECT 1 FROM [t] JOIN [T].[B].[x])"},
       {"another template keeps the name", "t", Classes("=", "5"),
        u"FROM [S].[A].[dbo].[V] AS r WHERE %CONDITION%",
-       "FROM [S].[A].[dbo].[V] AS r WHERE r.[Id]  IN (SELECT [Id] FROM [dbo].[Cl] JOIN CL_DS.[dbo].[M] "
+       "FROM [S].[A].[dbo].[V] AS r WHERE r.[Id]  IN (SELECT [Id] FROM [dbo].[Cl] JOIN "
+       "CL_DS.[dbo].[M] "
        "ON [M] & 5 <> 0)"},
       {"no enclosing FROM [", "fin", Classes("=", "5"), u"FROM S.A.dbo.V AS r WHERE %CONDITION%",
        "error 0x80070057: The parameter is incorrect: Couldn't find db name"},
       {"FROM [ at the start", "fin", "", u"FROM [t] JOIN CL_DS",
        "error 0x80070057: The parameter is incorrect: Couldn't find db name"},
-      {"no FROM [ at all", "fin", "", u"CL_DS", "error 0x80070057: The parameter is incorrect: Couldn't find db name"},
+      {"no FROM [ at all", "fin", "", u"CL_DS",
+       "error 0x80070057: The parameter is incorrect: Couldn't find db name"},
       {"one dot: the name runs to the next dot", "fin", Classes("=", "5"),
        u"FROM [S].[A] AS r WHERE %CONDITION%",
        "FROM [S].[A] AS r WHERE r.[Id]  IN (SELECT [Id] FROM [dbo].[Cl] JOIN [S].[A] AS r WHERE "
