@@ -348,6 +348,9 @@ uint32_t VXNodePtr::GetUInt32(NodeName name, uint32_t defaultValue) const {
 int64_t VXNodePtr::GetInt64(NodeName name, int64_t defaultValue) const {
   return ScalarOr<int64_t>(*this, name, VXN_INT64, defaultValue);
 }
+uint64_t VXNodePtr::GetUInt64(NodeName name) const {
+  return RequiredScalar<uint64_t>(*this, name, VXN_UINT64);
+}
 bool VXNodePtr::GetBool(NodeName name) const {
   return RequiredScalar<uint8_t>(*this, name, VXN_BOOL) != 0;
 }
@@ -371,6 +374,14 @@ void VXNodePtr::GetStringList(NodeName name, bool required,
     stored.data = converted;
   }
   StringListView(stored.data).ForEach([&](std::u16string_view value) { out.emplace_back(value); });
+}
+
+std::vector<uint64_t> VXNodePtr::GetUInt64List(NodeName name) const {
+  uint32_t type = VXN_UINT64_LIST;
+  const std::vector<uint8_t> data = GetRaw(name, type);
+  std::vector<uint64_t> values(data.size() / sizeof(uint64_t));
+  if (!values.empty()) std::memcpy(values.data(), data.data(), values.size() * sizeof(uint64_t));
+  return values;
 }
 
 std::vector<std::u16string> VXNodePtr::GetStringList(NodeName name, bool required) const {

@@ -90,6 +90,7 @@ class VXNodePtr {
   uint32_t GetUInt32(NodeName name) const;  // required
   uint32_t GetUInt32(NodeName name, uint32_t defaultValue) const;
   int64_t GetInt64(NodeName name, int64_t defaultValue) const;
+  uint64_t GetUInt64(NodeName name) const;  // required
   bool GetBool(NodeName name) const;  // required
   bool GetBool(NodeName name, bool defaultValue) const;
   GUID GetGuid(NodeName name) const;  // required
@@ -97,6 +98,8 @@ class VXNodePtr {
   // list, or raises 0x80070490 when `required`.
   void GetStringList(NodeName name, bool required, std::vector<std::u16string>& out) const;
   std::vector<std::u16string> GetStringList(NodeName name, bool required) const;
+  // A list converted to unsigned 64-bit numbers; required.
+  std::vector<uint64_t> GetUInt64List(NodeName name) const;
 
   void SetString(NodeName name, std::u16string_view value) const;
   // Sets a string attribute to `value` without copying it: the node takes the

@@ -667,7 +667,7 @@ TEST_F(StandInsTest, TheExampleEnvironmentServesWhatTheDocsShow) {
                                                      &result, &scope),
             S_OK);
   EXPECT_EQ(result, 1);
-  EXPECT_EQ(scope.ChildCount(), 1u);
+  EXPECT_EQ(scope.ChildCount(), 2u);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "QueriesProcessing/Scriptwright/Membership/TableFillingProcessor.h"
 #include "QueriesProcessing/Scriptwright/Membership/WhoGroupConditionProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/AccessFilterProcessor.h"
+#include "QueriesProcessing/Scriptwright/Rights/ClassificationProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/FieldModificatorProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/ImpersonateProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/CMSortingProcessor.h"
@@ -58,6 +59,7 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
       {u"%FIELD_MODIFICATOR_PROCESSOR%", Make<CFieldModificatorProcessor>},
       {u"%COMMON_JOIN_PROCESSOR%", Make<CCommonJoinProcessor>},
       {u"%CONDITION_EXTRACTOR%", Make<ConditionExtractor>},
+      {u"%CONDITION_WITH_CLASSES%", Make<CClassificationProcessor>},
   };
   return table;
 }

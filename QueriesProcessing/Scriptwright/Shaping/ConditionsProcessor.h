@@ -65,10 +65,11 @@ class CConditionsProcessor : public IVariableProcessor {
                        std::u16string& out) const;
   void BuildInList(const VXNodePtr& node, std::u16string_view op, std::u16string& out) const;
   void ApplyTimeOffset(const VXNodePtr& node, const VXNodePtr& request) const;
+  // Whether `column` is one of `ExcludeColumnBracket`.
+  bool IsExcluded(std::u16string_view column) const;
 
  private:
   void BuildOperator(const VXNodePtr& node, const VXNodePtr& request, std::u16string& out);
-  bool IsExcluded(std::u16string_view column) const;
   // A ConditionValues node's comparison, its attributes read in one pass.
   void WriteComparison(const VXNodePtr& node, std::u16string& out) const;
   void WriteComparison(const VXNodePtr& node, std::u16string_view comparator,

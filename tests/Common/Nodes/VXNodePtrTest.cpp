@@ -66,6 +66,11 @@ TEST(VXNodePtrTest, ReadsConvertBetweenTypes) {
   EXPECT_EQ(FormatGuid(node.GetGuid(u"Id")), u"{0DD265D7-9C92-4FC0-9CBE-32D691746561}");
   EXPECT_EQ(node.GetStringList(u"Numbers", true), (std::vector<std::u16string>{u"1", u"-2"}));
   EXPECT_EQ(StatusOf([&] { node.GetUInt32(u"Negative"); }), E_INVALID_DATA);
+  EXPECT_EQ(node.GetUInt64(u"Top"), 3000u);
+  EXPECT_EQ(StatusOf([&] { node.GetUInt64(u"Negative"); }), E_INVALID_DATA);
+  EXPECT_EQ(StatusOf([&] { node.GetUInt64List(u"Numbers"); }), E_INVALID_DATA);
+  node.SetStringList(u"Masks", {u"18446744073709551615", u"8"});
+  EXPECT_EQ(node.GetUInt64List(u"Masks"), (std::vector<uint64_t>{UINT64_MAX, 8}));
   EXPECT_EQ(StatusOf([&] { node.GetInt32(u"Flag"); }), E_INVALID_DATA);
 
   const std::u16string longText(500, u'q');
