@@ -16,6 +16,14 @@ struct IQueryProcessor : IComponent {
   virtual HRESULT CancelQuery(const VXNodePtr& cookie) = 0;
 };
 
+// Told that a client fetched a further page of a search: the membership
+// preprocessor keeps the search's session alive. `request` names the session
+// by the GUID attribute `SessionId` or, failing that, `Cookie`.
+struct IResultNotification : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{41FE1FA1-DC9D-4944-A8C8-2713EE1BEFC8}");
+  virtual HRESULT NotifyGetResult(const VXNodePtr& request) = 0;
+};
+
 // Told of configuration changes.
 struct IConfigObserver : IComponent {
   static inline const GUID kIid = MakeGuid(u"{3C1D9A52-7E0B-4F6A-9D21-5B8E4A7C0D22}");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Common/Components/IComponent.h"
+#include "Common/Components/ServerInterfaces.h"
 #include "Common/Nodes/VXNodePtr.h"
 
 // The SQL storage of the server: runs batches of SQL text against the
@@ -23,4 +24,24 @@ struct IVXSQLStorage : IComponent {
   // Opens, or keeps open, the database that `settings` name; the attributes
   // an implementation reads stand in its header.
   virtual HRESULT Configure(const VXNodePtr& settings) = 0;
+};
+
+// The database settings service, served under the instance name that the
+// preprocessor's `DSMInstName` gives: the settings of the common database,
+// which the membership preprocessor hands to its SQL storage.
+struct IDatabaseSettingsService : IComponent {
+  static inline const GUID kIid = MakeGuid(u"{88B290E6-A3A2-46F6-BF60-C767A8A4428B}");
+
+  // The current settings of the common database, as a node the caller owns
+  // and may change (a copy of the service's own): `Enabled` (boolean,
+  // default false) says whether the database may be used at all, and the
+  // other attributes are the storage's (for the SQLite storage `Database`
+  // and `BusyTimeoutMs`). A null `*settings` means no settings.
+  virtual HRESULT GetCommonDbSettings(VXNodePtr* settings) = 0;
+
+  // Calls `observer->OnModify` (with a null node) on a thread of the service
+  // after each change of the settings. The service holds a reference to the
+  // observer until it lets go of its observers (at the latest when the host
+  // stops), so notifications may still come after the observer's Shutdown.
+  virtual HRESULT Subscribe(IConfigObserver* observer) = 0;
 };
