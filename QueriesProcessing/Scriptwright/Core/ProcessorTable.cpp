@@ -4,6 +4,7 @@
 #include "QueriesProcessing/Scriptwright/Joins/ConditionExtractor.h"
 #include "QueriesProcessing/Scriptwright/Joins/JoinProcessor.h"
 #include "QueriesProcessing/Scriptwright/Joins/WhenTimeProcessor.h"
+#include "QueriesProcessing/Scriptwright/Membership/TableFillingProcessor.h"
 #include "QueriesProcessing/Scriptwright/Membership/WhoGroupConditionProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/AccessFilterProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/FieldModificatorProcessor.h"
@@ -47,6 +48,7 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
       {u"%CMARK_SORTING_CONDITION%", Make<CCMSortingProcessor>},
       {u"%DATEADD%", Make<CDateAddProcessor>},
       {u"%DISTINCT%", Make<CDistinctProcessor>},
+      {u"%TABLE_FILLING%", Make<CTableFillingProcessor>},
       {u"%WHO_GROUP_CONDITION%", Make<CWhoGroupConditionProcessor>},
       {u"%WHEN_TIME_PROCESSOR%", Make<CWhenTimeProcessor>},
       {u"%GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
