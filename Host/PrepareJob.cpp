@@ -123,7 +123,7 @@ class Host {
     const std::u16string type = node.GetType();
     std::string failure;
     HRESULT status = S_OK;
-    if (type == u"Cancel") {
+    if (type == u"Cookie") {
       status = Cancel(node, failure);
     } else if (type == u"KeepAlive") {
       if (membership_.Loaded()) status = membership_.KeepAlive(node, failure);

@@ -23,8 +23,9 @@
 //
 // A request file holds one or more `Query` nodes, and may hold steps that
 // play a session's life, each taken in its turn:
-//   Cancel            CancelQuery of the preprocessor (if any), then of the
-//                     preparer, with the node itself (its `SessionId`)
+//   Cookie            a cancel, as a server sends it: CancelQuery of the
+//                     preprocessor (if any), then of the preparer, with the
+//                     node itself (the preprocessor reads its `SessionId`)
 //   KeepAlive         NotifyGetResult of the preprocessor with the node itself
 //                     (`SessionId` or `Cookie`); nothing without one
 //   DatabaseSettings  the node becomes the settings of the database settings

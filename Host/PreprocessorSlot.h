@@ -24,7 +24,7 @@
 // membership preprocessor after <n> ms)". A lookup in progress is not cut
 // short; it ends by its own bounds.
 //
-// Cancel and KeepAlive hand a request file's `Cancel` and `KeepAlive` nodes
+// Cancel and KeepAlive hand a request file's `Cookie` and `KeepAlive` nodes
 // to CancelQuery and NotifyGetResult.
 //
 // Each failure gives its status with `failure` set to "0x%08X <text>" (the
