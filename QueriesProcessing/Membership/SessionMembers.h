@@ -1,12 +1,8 @@
 #pragma once
 
-#include <string>
-#include <unordered_set>
+#include "QueriesProcessing/Membership/MemberSet.h"
 
 namespace QueriesProcessing {
-
-// Account names of group members: exact, case-sensitive equality.
-using MemberSet = std::unordered_set<std::u16string>;
 
 // The membership of one client session: what the resolver found for the
 // inclusive and the exclusive groups of its first request, and what the

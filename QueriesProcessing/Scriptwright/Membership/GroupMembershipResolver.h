@@ -5,18 +5,18 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <unordered_set>
 
 #include "Common/Components/CompPtr.h"
 #include "Common/Nodes/VXNodePtr.h"
 #include "Common/ServiceLayer/ServiceInterfaces.h"
+#include "QueriesProcessing/Membership/MemberSet.h"
 #include "QueriesProcessing/Scriptwright/Membership/MembershipGroups.h"
 #include "QueriesProcessing/Scriptwright/Membership/PollClock.h"
 
 namespace QueriesProcessing {
 
-// Account names, compared exactly.
-using AccountNames = std::unordered_set<std::u16string>;
+// Account names, compared exactly, in the order the directory gave them.
+using AccountNames = MemberSet;
 
 // The members of one group or of several; `exceeded` when a group was cut at
 // the limit (reaching it exactly counts).

@@ -34,16 +34,6 @@ HRESULT RaisedBy(const std::function<void()>& action) {
   return S_OK;
 }
 
-// Polls `done` for at most ten seconds.
-bool WaitFor(const std::function<bool()>& done) {
-  const auto deadline = std::chrono::steady_clock::now() + 10s;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(2ms);
-  }
-  return true;
-}
-
 class MembershipTablesManagerTest : public ::testing::Test {
  protected:
   CompPtr<IVXSQLStorage> storage_ = OpenStorage(u":memory:");

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Common/Nodes/NodeTextReader.h"
@@ -88,6 +91,18 @@ class ProxyStorage : public CComponentBase, public IVXSQLStorage {
   std::mutex lock_;
   std::vector<std::u16string> batches_;
 };
+
+// Polls `done` for at most `bound`.
+inline bool WaitFor(const std::function<bool()>& done,
+                    std::chrono::seconds bound = std::chrono::seconds(10)) {
+  using namespace std::chrono_literals;
+  const auto deadline = std::chrono::steady_clock::now() + bound;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(2ms);
+  }
+  return true;
+}
 
 // A session id of the tests.
 inline GUID SessionId(uint32_t number) {
