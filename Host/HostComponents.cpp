@@ -1,7 +1,6 @@
 #include "Host/HostComponents.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "Common/Logger.h"
 #include "Common/Nodes/NodeTextWriter.h"
@@ -16,23 +15,6 @@ bool SameObject(IComponent* a, IComponent* b) {
   }
   return first.get() == second.get();
 }
-
-namespace {
-
-// Takes the entries of `observers` that are interfaces of `component` out of
-// it; the caller lets go of them once it no longer holds its lock.
-template <typename I>
-std::vector<CompPtr<I>> TakeObject(std::vector<CompPtr<I>>& observers, IComponent* component) {
-  const auto gone = std::stable_partition(
-      observers.begin(), observers.end(),
-      [&](const CompPtr<I>& observer) { return !SameObject(observer.get(), component); });
-  std::vector<CompPtr<I>> taken(std::make_move_iterator(gone),
-                                std::make_move_iterator(observers.end()));
-  observers.erase(gone, observers.end());
-  return taken;
-}
-
-}  // namespace
 
 HRESULT CHostDataSourceManager::AddObserver(ITriggerObserver* observer) {
   VX_LOG(Severity::DBG, u"DataSourceManager AddObserver");

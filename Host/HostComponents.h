@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -22,6 +24,19 @@
 
 // True when `a` and `b` are interfaces of the same object.
 bool SameObject(IComponent* a, IComponent* b);
+
+// Takes the entries of `observers` that are interfaces of `component` out of
+// it; the caller lets go of them once it no longer holds its lock.
+template <typename I>
+std::vector<CompPtr<I>> TakeObject(std::vector<CompPtr<I>>& observers, IComponent* component) {
+  const auto gone = std::stable_partition(
+      observers.begin(), observers.end(),
+      [&](const CompPtr<I>& observer) { return !SameObject(observer.get(), component); });
+  std::vector<CompPtr<I>> taken(std::make_move_iterator(gone),
+                                std::make_move_iterator(observers.end()));
+  observers.erase(gone, observers.end());
+  return taken;
+}
 
 // "DataSourceManager": keeps its observers, and answers GetDataSource from
 // the environment's `DataSources` (HostDataSources tells how). The observer

@@ -35,4 +35,7 @@ HostEnvironment::HostEnvironment(const VXNodePtr& environment, std::u16string_vi
       dataSources_(
           std::make_shared<const HostDataSources>(ChildOfType(environment, u"DataSources"))),
       permissions_(
-          std::make_shared<const HostPermissions>(ChildOfType(environment, u"Permissions"))) {}
+          std::make_shared<const HostPermissions>(ChildOfType(environment, u"Permissions"))),
+      databaseSettings_(ChildOfType(environment, u"DatabaseSettings")) {
+  if (databaseSettings_) databaseSettings_ = databaseSettings_.Clone();
+}

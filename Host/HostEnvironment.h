@@ -20,6 +20,10 @@
 //                `Service`
 //   DataSources  what "DataSourceManager" GetDataSource answers
 //   Permissions  what "Security.PermissionsChecker" CheckAccess answers
+//   DatabaseSettings
+//                the first settings of the database settings service (the
+//                membership preprocessor's `DSMInstName`): the node itself,
+//                copied, with its attributes (`Enabled`, `Database`, ...)
 //
 // Each part is the first child of that node type; a missing part is empty.
 // Reading checks every part at once, so a malformed file stops the command
@@ -40,6 +44,7 @@ class HostEnvironment {
   const std::vector<std::shared_ptr<ServiceReplies>>& Services() const { return services_; }
   const std::shared_ptr<const HostDataSources>& DataSources() const { return dataSources_; }
   const std::shared_ptr<const HostPermissions>& Permissions() const { return permissions_; }
+  const VXNodePtr& DatabaseSettings() const { return databaseSettings_; }
 
  private:
   VXNodePtr caller_;
@@ -47,6 +52,7 @@ class HostEnvironment {
   std::vector<std::shared_ptr<ServiceReplies>> services_;
   std::shared_ptr<const HostDataSources> dataSources_;
   std::shared_ptr<const HostPermissions> permissions_;
+  VXNodePtr databaseSettings_;
 };
 
 // The environment's first child of node type `type`, or null.

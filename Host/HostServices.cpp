@@ -1,5 +1,7 @@
 #include "Host/HostServices.h"
 
+#include "Common/SqlStorage/SQLiteStorage.h"
+
 namespace {
 
 CompPtr<IConfigSubscriptions> MakeConfigProxy(const VXNodePtr& tree, std::u16string name) {
@@ -31,6 +33,10 @@ HostServices::HostServices(const ModuleLoader& module, const HostEnvironment& en
   auto* checker = MakeHostComponent<CHostPermissionsChecker>();
   const auto checkerHeld = CompPtr<IPermissionsChecker>::Attach(checker);
   checker->SetPermissions(permissions_);
+  auto* databaseSettings = MakeHostComponent<CHostDatabaseSettings>();
+  databaseSettings_ = CompPtr<IDatabaseSettingsService>::Attach(databaseSettings);
+  databaseSettings->SetSettings(environment.DatabaseSettings());
+  storage_ = CompPtr<IVXSQLStorage>::Attach(MakeHostComponent<CSQLiteStorage>());
 
   names_.Add(u"Core.RequestContextMgr", contextsHeld.get());
   names_.Add(u"Core.ServiceClient", servicesHeld.get());
@@ -47,14 +53,25 @@ HostServices::~HostServices() {
   DataSources()->Clear();
   Proxy()->Clear();
   AppConfig()->Clear();
+  DatabaseSettings()->Clear();
 }
 
 void HostServices::ServeExecutor(const std::u16string& name) {
   if (!name.empty()) names_.Add(name, printer_.get());
 }
 
+void HostServices::ServeMembership(const std::u16string& settingsName,
+                                   const std::u16string& storageName) {
+  if (!settingsName.empty()) {
+    DatabaseSettings()->SetName(settingsName);
+    names_.Add(settingsName, databaseSettings_.get());
+  }
+  if (!storageName.empty()) names_.Add(storageName, storage_.get());
+}
+
 void HostServices::Forget(IComponent* component) {
   DataSources()->RemoveObserver(component);
+  DatabaseSettings()->RemoveObserver(component);
   Proxy()->RemoveObserver(component);
   AppConfig()->RemoveObserver(component);
 }

@@ -7,6 +7,7 @@
 
 #include "Common/ErrorHandling.h"
 #include "Common/Nodes/NodeTextReader.h"
+#include "Common/Nodes/NodeTextWriter.h"
 #include "Common/Text.h"
 #include "Host/CatalogWatch.h"
 #include "Host/HostEnvironment.h"
@@ -14,6 +15,7 @@
 #include "Host/LibraryDiagnostics.h"
 #include "Host/ModuleLoader.h"
 #include "Host/PreparerSlot.h"
+#include "Host/PreprocessorSlot.h"
 
 namespace {
 
@@ -55,14 +57,38 @@ bool ReadNodes(const std::string& path, std::vector<VXNodePtr>& nodes, std::ostr
   }
 }
 
-// One host: the library loaded, the host's named components, the preparer in
-// use. The members go in the reverse order: the preparer first, the module
-// last.
+// The catalogue file's node that configures the membership preprocessor.
+VXNodePtr PreprocessorConfiguration(const std::vector<VXNodePtr>& catalog) {
+  for (size_t i = 1; i < catalog.size(); ++i) {
+    if (catalog[i].GetType() == u"GroupMembershipPreprocessor") return catalog[i];
+  }
+  return VXNodePtr();
+}
+
+// A request with conditions, which a server's chain hands to the membership
+// preprocessor: its child named Conditions, or a ConditionsRoot under another
+// name, which the preprocessor then refuses rather than the preparer passing
+// it by.
+bool HasConditions(const VXNodePtr& request) {
+  if (request.GetChild(u"Conditions")) return true;
+  for (uint32_t i = 0; i < request.ChildCount(); ++i) {
+    if (request.ChildAt(i).GetType() == u"ConditionsRoot") return true;
+  }
+  return false;
+}
+
+// One host: the library loaded, the host's named components, the membership
+// preprocessor and the preparer in use. The members go in the reverse order:
+// the preparer first, then the preprocessor (whose tables go with it), the
+// module last.
 class Host {
  public:
   Host(const PrepareOptions& options, const HostEnvironment& environment, std::ostream& out)
-      : diagnostics_(module_.ModuleObject()),
+      : out_(out),
+        diagnostics_(module_.ModuleObject()),
         services_(module_, environment, out, options.xml),
+        membership_(module_.ModuleObject(), diagnostics_, options.membershipWait,
+                    [this](IComponent* retired) { services_.Forget(retired); }),
         preparers_(module_.ModuleObject(), diagnostics_,
                    [this](IComponent* retired) { services_.Forget(retired); }) {
     if (options.maxSeverity) diagnostics_.SetMaxSeverity(*options.maxSeverity);
@@ -80,17 +106,80 @@ class Host {
     return false;
   }
 
-  bool Process(const VXNodePtr& query, const std::string& source, std::ostream& err) {
+  // Serves what the preprocessor asks for by name and configures it with
+  // `configuration`; prints the failure and gives false when that fails.
+  bool LoadMembership(const VXNodePtr& configuration, const std::string& source,
+                      std::ostream& err) {
+    services_.ServeMembership(configuration.GetString(u"DSMInstName", u""),
+                              configuration.GetString(u"SimpleStorageInstName", u""));
     std::string failure;
-    if (Succeeded(preparers_.Process(query, failure))) return true;
+    if (Succeeded(membership_.Load(configuration, failure))) return true;
+    PrintFailure(err, source, failure);
+    return false;
+  }
+
+  // One node of a request file: a step of a session's life, or a request.
+  bool Run(const VXNodePtr& node, const std::string& source, std::ostream& err) {
+    const std::u16string type = node.GetType();
+    std::string failure;
+    HRESULT status = S_OK;
+    if (type == u"Cookie") {
+      status = Cancel(node, failure);
+    } else if (type == u"KeepAlive") {
+      if (membership_.Loaded()) status = membership_.KeepAlive(node, failure);
+    } else if (type == u"DatabaseSettings") {
+      status = services_.ChangeDatabaseSettings(node);
+      if (Failed(status)) failure = diagnostics_.FailureText(status);
+    } else if (type == u"StorageQuery") {
+      status = QueryStorage(node, failure);
+    } else {
+      status = Process(node, failure);
+    }
+    if (Succeeded(status)) return true;
     PrintFailure(err, source, failure);
     return false;
   }
 
  private:
+  // Through the preprocessor first when it is configured and the request has
+  // conditions; a failure there keeps the request from the preparer.
+  HRESULT Process(const VXNodePtr& query, std::string& failure) {
+    if (membership_.Loaded() && HasConditions(query)) {
+      const HRESULT status = membership_.Process(query, failure);
+      if (Failed(status)) return status;
+    }
+    return preparers_.Process(query, failure);
+  }
+
+  // As a server's chain passes a cancel: the preprocessor, then the preparer.
+  HRESULT Cancel(const VXNodePtr& request, std::string& failure) {
+    if (membership_.Loaded()) {
+      const HRESULT status = membership_.Cancel(request, failure);
+      if (Failed(status)) return status;
+    }
+    return preparers_.Cancel(request, failure);
+  }
+
+  // Runs the step's SQL_Command in the SQL storage and prints the rows.
+  HRESULT QueryStorage(const VXNodePtr& step, std::string& failure) {
+    VXNodePtr rows;
+    const HRESULT status = services_.Storage()->Execute(step, &rows);
+    if (Failed(status)) {
+      failure = FormatFailure(status, GetErrorInfo().get());
+      return status;
+    }
+    std::vector<VXNodePtr> children;
+    rows.ForEachChild([&](const VXNodePtr& row) { children.push_back(row); });
+    out_ << "-- StorageQuery: " << children.size() << " row(s)\n";
+    if (!children.empty()) out_ << WriteNodeText(children);
+    return S_OK;
+  }
+
+  std::ostream& out_;
   ModuleLoader module_;
   LibraryDiagnostics diagnostics_;
   HostServices services_;
+  PreprocessorSlot membership_;
   PreparerSlot preparers_;
 };
 
@@ -106,7 +195,7 @@ bool PrepareFile(Host& host, const std::string& path, const std::string& catalog
         host.Load(changed, catalogPath, err, " (the catalogue in use stays)");
       }
     }
-    ok = host.Process(request, path, err) && ok;
+    ok = host.Run(request, path, err) && ok;
   }
   return ok;
 }
@@ -135,6 +224,8 @@ int Run(const PrepareOptions& options, std::ostream& out, std::ostream& err) {
   try {
     Host host(options, *served, out);
     if (!host.Load(catalog.front(), options.catalog, err)) return 1;
+    const VXNodePtr membership = PreprocessorConfiguration(catalog);
+    if (membership && !host.LoadMembership(membership, options.catalog, err)) return 1;
     bool ok = true;
     for (const auto& path : options.requests) {
       ok = PrepareFile(host, path, options.catalog, watch ? &*watch : nullptr, err) && ok;

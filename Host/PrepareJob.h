@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -12,7 +13,27 @@
 // files in order, and prints each request's commands (or, with `xml`, the
 // prepared request trees in the node text form).
 //
-// A request file holds one or more `Query` nodes. A failure is printed to
+// When the catalogue file holds, after the catalogue, a node of type
+// `GroupMembershipPreprocessor`, it configures the membership preprocessor
+// (PreprocessorSlot), and the host serves the database settings service under
+// its `DSMInstName` and the SQL storage over SQLite under its
+// `SimpleStorageInstName`. A request with conditions then goes through the
+// preprocessor before the preparer, as in a server's chain; a failure there
+// keeps it from the preparer. --watch changes the preparer only.
+//
+// A request file holds one or more `Query` nodes, and may hold steps that
+// play a session's life, each taken in its turn:
+//   Cookie            a cancel, as a server sends it: CancelQuery of the
+//                     preprocessor (if any), then of the preparer, with the
+//                     node itself (the preprocessor reads its `SessionId`)
+//   KeepAlive         NotifyGetResult of the preprocessor with the node itself
+//                     (`SessionId` or `Cookie`); nothing without one
+//   DatabaseSettings  the node becomes the settings of the database settings
+//                     service, whose subscribers are told (OnModify)
+//   StorageQuery      its `SQL_Command` runs in the SQL storage; prints
+//                     "-- StorageQuery: <n> row(s)" and the rows in the node
+//                     text form
+// A failure is printed to
 // `err` as "<file>: 0x%08X <text>", whatever the status (one that stands for
 // a standard exception too); the job goes on with the next request and the
 // exit status is 1. Files that cannot be read also give 1.
@@ -40,6 +61,9 @@ struct PrepareOptions {
   // every line as well (each must live until the process ends).
   std::optional<Severity> maxSeverity = std::nullopt;
   std::vector<Logger*> loggers = {};
+  // How long a request may wait in the membership preprocessor before the
+  // host shuts it down (PreprocessorSlot).
+  std::chrono::milliseconds membershipWait = std::chrono::seconds(60);
 };
 
 int RunPrepareJob(const PrepareOptions& options, std::ostream& out, std::ostream& err);

@@ -33,11 +33,20 @@ HRESULT PreparerSlot::Load(const VXNodePtr& catalog, std::string& failure) {
 }
 
 HRESULT PreparerSlot::Process(const VXNodePtr& query, std::string& failure) {
+  return Call(failure, [&](IQueryProcessor& preparer) { return preparer.ProcessQuery(query); });
+}
+
+HRESULT PreparerSlot::Cancel(const VXNodePtr& request, std::string& failure) {
+  return Call(failure, [&](IQueryProcessor& preparer) { return preparer.CancelQuery(request); });
+}
+
+HRESULT PreparerSlot::Call(std::string& failure,
+                           const std::function<HRESULT(IQueryProcessor&)>& call) {
   if (!current_) {
     failure = FormatFailure(E_INVALIDARG, nullptr);
     return E_INVALIDARG;
   }
-  const HRESULT status = current_.As<IQueryProcessor>()->ProcessQuery(query);
+  const HRESULT status = call(*current_.As<IQueryProcessor>().get());
   if (Failed(status)) failure = diagnostics_.FailureText(status);
   return status;
 }

@@ -6,6 +6,7 @@
 #include "Common/Components/CompPtr.h"
 #include "Common/Components/IComponent.h"
 #include "Common/Components/ModuleObject.h"
+#include "Common/Components/ServerInterfaces.h"
 #include "Host/LibraryDiagnostics.h"
 
 // The preparer in use, and the change to a new catalogue.
@@ -43,12 +44,15 @@ class PreparerSlot {
   // ProcessQuery of the preparer in use; 0x80070057 when there is none. On
   // failure `failure` is set as above.
   HRESULT Process(const VXNodePtr& query, std::string& failure);
+  // CancelQuery of the preparer in use, likewise.
+  HRESULT Cancel(const VXNodePtr& request, std::string& failure);
 
  private:
   // A fresh preparer configured with a copy of `catalog`; null on failure,
   // with the status in `status` and `failure` set.
   CompPtr<IConfigurable> Configured(const VXNodePtr& catalog, HRESULT& status,
                                     std::string& failure);
+  HRESULT Call(std::string& failure, const std::function<HRESULT(IQueryProcessor&)>& call);
   void Replace(CompPtr<IConfigurable> fresh, const VXNodePtr& catalog);
   void Retire(CompPtr<IConfigurable>& preparer);
 

@@ -1,6 +1,7 @@
 // scriptwright: the command-line host of the library.
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <iostream>
 
 #include "Common/Logger.h"
@@ -30,6 +31,12 @@ int main(int argc, char** argv) {
                              "Make the requests as this token of the environment");
   prepareCommand->add_flag("--watch", prepare.watch,
                            "Rebuild the engine when the catalogue file changes during the run");
+  double membershipWait = 60;
+  prepareCommand
+      ->add_option("--membership-wait", membershipWait,
+                   "Seconds a request may wait in the membership preprocessor before the host "
+                   "shuts it down")
+      ->check(CLI::Range(0.0, 86400.0));
 
   MarkOptions mark;
   CLI::App* markCommand = app.add_subcommand(
@@ -50,6 +57,7 @@ int main(int argc, char** argv) {
 
   CLI11_PARSE(app, argc, argv);
   if (markCommand->parsed()) return RunMarkJob(mark, std::cout, std::cerr);
+  prepare.membershipWait = std::chrono::milliseconds(static_cast<int64_t>(membershipWait * 1000));
   // The library's log is reached through the loaded module: the job hands
   // these on. The host's own log (its stand-ins' calls) takes them here.
   Severity severity = Severity::NONE;

@@ -6,6 +6,7 @@
 #include "Common/Nodes/NodeTextReader.h"
 #include "Common/ServiceLayer/RequestContext.h"
 #include "Host/HostComponents.h"
+#include "Host/HostDatabaseSettings.h"
 #include "Host/NamedInstanceTable.h"
 
 namespace {
@@ -194,3 +195,61 @@ TEST(TraceLoggerTest, KeepsOnlyTheTextAfterEachProcessor) {
 }
 
 }  // namespace
+
+namespace {
+
+// Counts its OnModify calls and answers each with `status`.
+class CCountingObserver : public CComponentBase, public IConfigObserver {
+ public:
+  using Interfaces = std::tuple<IConfigObserver>;
+  HRESULT OnModify(const VXNodePtr&) override {
+    ++told;
+    return status;
+  }
+  HRESULT OnAdded(const VXNodePtr&) override { return S_OK; }
+  HRESULT OnRemoved(const VXNodePtr&) override { return S_OK; }
+  int told = 0;
+  HRESULT status = S_OK;
+};
+
+}  // namespace
+
+TEST(HostDatabaseSettingsTest, AnswersCopiesAndTellsItsSubscribersOfAChangeUntilForgotten) {
+  const auto service =
+      CompPtr<IDatabaseSettingsService>::Attach(MakeHostComponent<CHostDatabaseSettings>());
+  auto* settings = static_cast<CHostDatabaseSettings*>(service.get());
+  VXNodePtr answer;
+  ASSERT_EQ(service->GetCommonDbSettings(&answer), S_OK);
+  EXPECT_FALSE(answer);  // none yet
+
+  const VXNodePtr first = Node(R"x(<DatabaseSettings Enabled="bool:false" Database="a.db"/>)x");
+  settings->SetSettings(first);
+  ASSERT_EQ(service->GetCommonDbSettings(&answer), S_OK);
+  answer.SetString(u"Database", u"changed.db");  // the caller's own copy
+  ASSERT_EQ(service->GetCommonDbSettings(&answer), S_OK);
+  EXPECT_EQ(answer.GetString(u"Database"), u"a.db");
+
+  auto* kept = MakeHostComponent<CCountingObserver>();
+  auto* failing = MakeHostComponent<CCountingObserver>();
+  const auto keptHeld = CompPtr<IConfigObserver>::Attach(kept);
+  const auto failingHeld = CompPtr<IConfigObserver>::Attach(failing);
+  failing->status = E_FAIL;
+  ASSERT_EQ(service->Subscribe(kept), S_OK);
+  ASSERT_EQ(service->Subscribe(failing), S_OK);
+  EXPECT_EQ(service->Subscribe(nullptr), E_INVALIDARG);
+
+  // Every subscriber is told, the first failure comes back, and the new
+  // settings are in place by then.
+  EXPECT_EQ(settings->Change(Node(R"x(<DatabaseSettings Enabled="bool:true" Database="b.db"/>)x")),
+            E_FAIL);
+  EXPECT_EQ(kept->told, 1);
+  EXPECT_EQ(failing->told, 1);
+  ASSERT_EQ(service->GetCommonDbSettings(&answer), S_OK);
+  EXPECT_TRUE(answer.GetBool(u"Enabled"));
+
+  settings->RemoveObserver(failingHeld.get());
+  EXPECT_EQ(settings->Change(first), S_OK);
+  EXPECT_EQ(kept->told, 2);
+  EXPECT_EQ(failing->told, 1);
+  settings->Clear();
+}

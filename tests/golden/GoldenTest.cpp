@@ -6,12 +6,17 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <optional>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "Common/SqlStorage/SQLiteStorage.h"
+#include "Common/Text.h"
+#include "Host/HostComponents.h"
 #include "Host/PrepareJob.h"
 
 namespace {
@@ -27,6 +32,8 @@ struct GoldenCase {
   std::string environment;
   std::string as;
   bool xml = false;
+  std::optional<double> membershipWait;
+  std::string tables;  // a database file whose tables are listed after the run
   std::string request;
   std::string expected;
   size_t expectedOffset = 0;  // where the expected text starts in the file
@@ -62,8 +69,12 @@ GoldenCase Parse(const fs::path& file) {
       c.environment = (file.parent_path() / line.substr(5)).string();
     } else if (!inRequest && line.rfind("as: ", 0) == 0) {
       c.as = line.substr(4);
+    } else if (!inRequest && line.rfind("tables: ", 0) == 0) {
+      c.tables = line.substr(8);
     } else if (!inRequest && line.rfind("options: ", 0) == 0) {
       c.xml = line.find("--xml") != std::string::npos;
+      const size_t wait = line.find("--membership-wait ");
+      if (wait != std::string::npos) c.membershipWait = std::stod(line.substr(wait + 18));
     } else {
       inRequest = true;
       c.request += c.text.substr(pos, next - pos);
@@ -91,20 +102,51 @@ std::string CaseName(const fs::path& file) {
   return name;
 }
 
+// "tables in <file>: <name>, ..." for the SQLite file `file`, its tables by
+// name; "<file>: no such file" when the run left none.
+std::string ListTables(const fs::path& file, const std::string& shown) {
+  if (!fs::exists(file)) return shown + ": no such file\n";
+  const CompPtr<IVXSQLStorage> storage =
+      CompPtr<IVXSQLStorage>::Attach(MakeHostComponent<CSQLiteStorage>());
+  const VXNodePtr settings = VXNodePtr::Create(u"_");
+  settings.SetString(u"Database", ToUtf16(file.string()));
+  const VXNodePtr command = VXNodePtr::Create(u"_");
+  command.SetString(u"SQL_Command", u"SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name;");
+  VXNodePtr rows;
+  if (Failed(storage->Configure(settings)) || Failed(storage->Execute(command, &rows))) {
+    return shown + ": not a database\n";
+  }
+  std::string names;
+  rows.ForEachChild([&](const VXNodePtr& row) {
+    names += (names.empty() ? "" : ", ") + ToUtf8(row.GetString(u"name"));
+  });
+  return "tables in " + shown + ": " + names + "\n";
+}
+
+// Runs the case in a folder of its own, which is also the working directory,
+// so that files the run makes (a database) start afresh and stay apart.
 std::string RunCase(const GoldenCase& c) {
   const fs::path dir = fs::temp_directory_path() / ("scriptwright-golden-" + std::to_string(::getpid()));
+  fs::remove_all(dir);
   fs::create_directories(dir);
+  const fs::path before = fs::current_path();
+  fs::current_path(dir);
   const fs::path requestFile = dir / "request.xml";
   std::ofstream(requestFile, std::ios::binary) << c.request;
   std::ostringstream output;
   PrepareOptions options{c.catalog, {requestFile.string()}, c.xml, c.environment, c.as};
+  if (c.membershipWait) {
+    options.membershipWait = std::chrono::milliseconds(static_cast<int64_t>(*c.membershipWait * 1000));
+  }
   const int status = RunPrepareJob(options, output, output);
-  fs::remove_all(dir);
   std::string text = output.str();
   for (size_t at; (at = text.find(requestFile.string())) != std::string::npos;) {
     text.replace(at, requestFile.string().size(), "request.xml");
   }
   if (status != 0) text += "exit status " + std::to_string(status) + "\n";
+  if (!c.tables.empty()) text += ListTables(dir / c.tables, c.tables);
+  fs::current_path(before);
+  fs::remove_all(dir);
   return text;
 }
 
