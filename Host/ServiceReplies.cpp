@@ -5,6 +5,8 @@
 
 namespace {
 
+constexpr HRESULT kCallsUsedUp = static_cast<HRESULT>(0x80004004);  // operation aborted
+
 constexpr std::u16string_view kWhen = u"When";
 
 VXNodePtr FirstChildOfType(const VXNodePtr& node, std::u16string_view type) {
@@ -72,6 +74,12 @@ HRESULT ServiceReplies::Call(const VXNodePtr& request, VXNodePtr* response) {
   *response = VXNodePtr();
   const std::u16string type = request.GetType();
   const std::u16string key = type.empty() ? request.GetName() : type;
+  if (calls_.fetch_add(1) >= kMostCalls) {
+    calls_ = kMostCalls;  // stays put, however many more calls come
+    VX_LOG(Severity::DBG, u"Core.ServiceClient Call(" << url_ << u", " << key << u"): no more calls");
+    return ReportError(kCallsUsedUp, u": the service has answered its " + ToText(int64_t{kMostCalls}) +
+                                    u" calls of a run");
+  }
   VXNodePtr answer;
   const std::optional<size_t> turn = TakeTurn(key, request, answer);
   const std::u16string_view call = u"Core.ServiceClient Call(";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -40,6 +41,11 @@
 //     of type `When` (a reply with no such child gives a null `*response`).
 //   - No reply matches: 0x80070490 ("... the service has no reply to <key>").
 //   - Null `request` or `response`: 0x80070057.
+//   - A service answers at most kMostCalls calls in one run; every further
+//     call fails with 0x80004004 ("... the service has answered its N calls
+//     of a run"). A caller that polls until an answer changes (a directory
+//     lookup polls on as long as its answer says neither ready nor failed)
+//     would otherwise poll the last reply forever.
 // Each call is logged at DBG: "Core.ServiceClient Call(<url>, <key>): " and
 // "reply <n>" (the reply's place among the service's replies, from 1), with
 // its status when it has one, or "no reply".
@@ -57,6 +63,8 @@ class ServiceReplies {
 
   // One for each `Service` child of `services` (null: none), in order.
   static std::vector<std::shared_ptr<ServiceReplies>> ReadAll(const VXNodePtr& services);
+
+  static constexpr uint32_t kMostCalls = 10000;
 
   const std::u16string& Url() const { return url_; }
   HRESULT Call(const VXNodePtr& request, VXNodePtr* response);
@@ -78,4 +86,5 @@ class ServiceReplies {
   std::u16string url_;
   std::mutex lock_;
   std::vector<Reply> replies_;
+  std::atomic<uint32_t> calls_ = 0;
 };

@@ -361,6 +361,22 @@ TEST(ServiceRepliesTest, EachCallTakesItsTurnAmongTheRepliesItMatches) {
   }
 }
 
+// A lookup that polls until the answer changes would poll a repeating reply
+// forever: the service stops answering after its calls of a run.
+TEST(ServiceRepliesTest, AnswersABoundedNumberOfCalls) {
+  ServiceReplies service(Node(R"x(<Service Url="x"><Reply Request="SitDataRequest">
+      <_ ResultCode="i32:2"/></Reply></Service>)x"));
+  const VXNodePtr poll = Node("<SitDataRequest/>");
+  VXNodePtr response;
+  for (uint32_t i = 0; i < ServiceReplies::kMostCalls; ++i) {
+    ASSERT_EQ(service.Call(poll, &response), S_OK) << i;
+  }
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(service.Call(poll, &response), static_cast<HRESULT>(0x80004004));
+    EXPECT_FALSE(response);
+  }
+}
+
 // Calls from several threads at once: each reply answers once, in turn,
 // before the last one repeats.
 TEST(ServiceRepliesThreadsTest, EachReplyAnswersOnceBeforeTheLastRepeats) {
