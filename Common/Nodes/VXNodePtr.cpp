@@ -348,6 +348,9 @@ uint32_t VXNodePtr::GetUInt32(NodeName name, uint32_t defaultValue) const {
 int64_t VXNodePtr::GetInt64(NodeName name, int64_t defaultValue) const {
   return ScalarOr<int64_t>(*this, name, VXN_INT64, defaultValue);
 }
+uint64_t VXNodePtr::GetUInt64(NodeName name) const {
+  return RequiredScalar<uint64_t>(*this, name, VXN_UINT64);
+}
 bool VXNodePtr::GetBool(NodeName name) const {
   return RequiredScalar<uint8_t>(*this, name, VXN_BOOL) != 0;
 }

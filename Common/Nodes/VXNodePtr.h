@@ -90,6 +90,7 @@ class VXNodePtr {
   uint32_t GetUInt32(NodeName name) const;  // required
   uint32_t GetUInt32(NodeName name, uint32_t defaultValue) const;
   int64_t GetInt64(NodeName name, int64_t defaultValue) const;
+  uint64_t GetUInt64(NodeName name) const;  // required
   bool GetBool(NodeName name) const;  // required
   bool GetBool(NodeName name, bool defaultValue) const;
   GUID GetGuid(NodeName name) const;  // required
