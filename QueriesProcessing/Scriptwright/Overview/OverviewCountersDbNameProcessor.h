@@ -60,9 +60,10 @@ namespace QueriesProcessing {
 // Failures: an id that the map lacks logs
 // "COverviewCountersDbNameProcessor::GetMandatoryProductId failed: ..." with
 // "Product id not found: <id>" and fails the request with 0x80070490; the
-// dependency's failures (0x80070057 for an unknown token) pass through. On a
-// failure the request's product lists may already be rewritten; the request
-// fails and is not reused.
+// dependency's failures (0x80070057 for an unknown token) pass through. A
+// failure of step 1 leaves the request as it was (every id is mapped before
+// a list is written); one of the dependency comes after the lists were
+// written. The text is left as it was unless the dependency changed it.
 //
 // Thread-safety: read-only after Initialize; the request belongs to the call.
 class COverviewCountersDbNameProcessor : public IVariableProcessor {
