@@ -140,8 +140,13 @@ std::string RunCase(const GoldenCase& c) {
   }
   const int status = RunPrepareJob(options, output, output);
   std::string text = output.str();
-  for (size_t at; (at = text.find(requestFile.string())) != std::string::npos;) {
-    text.replace(at, requestFile.string().size(), "request.xml");
+  // Paths differ between checkouts: files are named by their file names.
+  for (const std::string& path : {requestFile.string(), c.catalog, c.environment}) {
+    if (path.empty()) continue;
+    const std::string name = fs::path(path).filename().string();
+    for (size_t at = 0; (at = text.find(path, at)) != std::string::npos; at += name.size()) {
+      text.replace(at, path.size(), name);
+    }
   }
   if (status != 0) text += "exit status " + std::to_string(status) + "\n";
   if (!c.tables.empty()) text += ListTables(dir / c.tables, c.tables);

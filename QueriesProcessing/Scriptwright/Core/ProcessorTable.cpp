@@ -6,6 +6,9 @@
 #include "QueriesProcessing/Scriptwright/Joins/WhenTimeProcessor.h"
 #include "QueriesProcessing/Scriptwright/Membership/TableFillingProcessor.h"
 #include "QueriesProcessing/Scriptwright/Membership/WhoGroupConditionProcessor.h"
+#include "QueriesProcessing/Scriptwright/Overview/OverviewContersDictionaryFilterJoin.h"
+#include "QueriesProcessing/Scriptwright/Overview/OverviewCountersDbNameProcessor.h"
+#include "QueriesProcessing/Scriptwright/Overview/OverviewCountersProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/AccessFilterProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/ClassificationProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/FieldModificatorProcessor.h"
@@ -53,11 +56,14 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
       {u"%WHO_GROUP_CONDITION%", Make<CWhoGroupConditionProcessor>},
       {u"%WHEN_TIME_PROCESSOR%", Make<CWhenTimeProcessor>},
       {u"%GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
+      {u"%OVERVIEW_COUNTERS_PROCESSOR%", Make<COverviewCountersProcessor>},
       {u"%JOIN_PROCESSOR%", Make<CJoinProcessor>},
+      {u"%OVERVIEW_COUNTERS.DICTIONARY_FILTER_JOIN%", Make<COverviewContersDictionaryFilterJoin>},
+      {u"%OVERVIEW_COUNTERS.DB_NAME%", Make<COverviewCountersDbNameProcessor>},
       {u"%OVERVIEW_COUNTERS.GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
       {u"%OPTIONAL_TOP_PROCESSOR%", Make<COptionalTopProcessor>},
-      {u"%FIELD_MODIFICATOR_PROCESSOR%", Make<CFieldModificatorProcessor>},
       {u"%COMMON_JOIN_PROCESSOR%", Make<CCommonJoinProcessor>},
+      {u"%FIELD_MODIFICATOR_PROCESSOR%", Make<CFieldModificatorProcessor>},
       {u"%CONDITION_EXTRACTOR%", Make<ConditionExtractor>},
       {u"%CONDITION_WITH_CLASSES%", Make<CClassificationProcessor>},
   };

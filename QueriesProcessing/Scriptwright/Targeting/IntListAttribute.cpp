@@ -14,4 +14,9 @@ std::vector<int32_t> ReadIntList(const VXNodePtr& node, std::u16string_view name
   return ids;
 }
 
+void WriteIntList(const VXNodePtr& node, std::u16string_view name, const std::vector<int32_t>& ids) {
+  node.SetAttribute(name, VXN_INT32_LIST, ids.data(),
+                    static_cast<uint32_t>(ids.size() * sizeof(int32_t)));
+}
+
 }  // namespace QueriesProcessing

@@ -14,4 +14,8 @@ namespace QueriesProcessing {
 // Missing or of type 0: empty.
 std::vector<int32_t> ReadIntList(const VXNodePtr& node, std::u16string_view name);
 
+// Sets `name` to a list of 32-bit integers (type i32[]), replacing what
+// stood there, whatever its type.
+void WriteIntList(const VXNodePtr& node, std::u16string_view name, const std::vector<int32_t>& ids);
+
 }  // namespace QueriesProcessing
