@@ -43,11 +43,14 @@ void CDBHealth::LoadHealthInfo() {
   VX_LOG(Severity::DBG, u"Health info:" << response);
   const VXNodePtr entries = response ? response.GetChild(u"DatabaseHealthResponse") : VXNodePtr();
   if (!entries) return;
+  // Sized once for a gate that reports thousands of databases.
+  entries_.reserve(entries_.size() + entries.ChildCount());
   entries.ForEachChild([this](const VXNodePtr& child) {
     if (child.GetName() != u"DatabaseHealthEntry") return;
     std::shared_ptr<DBHealthEntry> entry = ReadEntry(child);
-    const std::u16string name = entry->DbName;
-    entries_.try_emplace(name, std::move(entry));
+    if (entries_.contains(entry->DbName)) return;
+    const std::u16string_view name = entry->DbName;
+    entries_.emplace(name, std::move(entry));
   });
 }
 

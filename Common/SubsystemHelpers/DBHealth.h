@@ -57,13 +57,7 @@ class CDBHealth {
   bool GetDBInfoByName(std::u16string_view dbName, bool* available, bool* mandatory) const;
 
  private:
-  struct NameHash {
-    using is_transparent = void;
-    size_t operator()(std::u16string_view name) const {
-      return std::hash<std::u16string_view>()(name);
-    }
-  };
-
-  std::unordered_map<std::u16string, std::shared_ptr<DBHealthEntry>, NameHash, std::equal_to<>>
-      entries_;
+  // Keyed by a view of the entry's own DbName: the entry is held by its
+  // shared pointer, so the name does not move while the map lives.
+  std::unordered_map<std::u16string_view, std::shared_ptr<DBHealthEntry>> entries_;
 };
