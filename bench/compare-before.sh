@@ -52,6 +52,11 @@ awk -v keep=" $programs " '
     name = substr($1, length("scriptwright_add_bench(") + 1)
     skipping = index(keep, " " name " ") == 0
   }
+  /^target_[a-z_]+\(/ {
+    target = $1
+    sub(/^target_[a-z_]+\(/, "", target)
+    if (index(keep, " " target " ") == 0) next
+  }
   !skipping { print }
   skipping && /\)$/ { skipping = 0 }
 ' "$root/bench/CMakeLists.txt" > "$worktree/bench/CMakeLists.txt"
