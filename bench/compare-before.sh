@@ -3,7 +3,8 @@
 #
 #   bench/compare-before.sh REV [benchmark options...]
 #
-# Builds the paged-search, shaping and core benchmarks twice: at REV, in a
+# Builds the paged-search, shaping and core benchmarks (or the programs that
+# COMPARE_PROGRAMS names, e.g. COMPARE_PROGRAMS=fanout_bench) twice: at REV, in a
 # temporary git worktree into which the current bench/ sources are copied (so
 # the same benchmark code runs against the old library), and from this
 # working tree. Then runs each program before and after, back to back, with
@@ -27,7 +28,7 @@ shift
 
 root=$(git -C "$(dirname "$0")/.." rev-parse --show-toplevel)
 commit=$(git -C "$root" rev-parse --verify "$rev^{commit}")
-programs="paged_search_bench shaping_bench core_bench"
+programs=${COMPARE_PROGRAMS:-"paged_search_bench shaping_bench core_bench"}
 before_build="$root/build/compare-before/build"
 now_build="$root/build/compare-now"
 # A fixed place, so that the build directory's cache stays valid across runs.
@@ -50,6 +51,11 @@ awk -v keep=" $programs " '
   /^scriptwright_add_bench\(/ {
     name = substr($1, length("scriptwright_add_bench(") + 1)
     skipping = index(keep, " " name " ") == 0
+  }
+  /^target_[a-z_]+\(/ {
+    target = $1
+    sub(/^target_[a-z_]+\(/, "", target)
+    if (index(keep, " " target " ") == 0) next
   }
   !skipping { print }
   skipping && /\)$/ { skipping = 0 }

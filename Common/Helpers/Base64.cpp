@@ -1,5 +1,8 @@
 #include "Common/Helpers/Base64.h"
 
+#include <array>
+#include <string>
+
 #include <openssl/evp.h>
 
 #include "Common/ErrorHandling.h"
@@ -28,10 +31,17 @@ size_t CheckShape(std::u16string_view text) {
 }  // namespace
 
 std::u16string Base64Encode(std::span<const uint8_t> bytes) {
-  std::string encoded(4 * ((bytes.size() + 2) / 3) + 1, '\0');
-  const int written = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()), bytes.data(),
-                                      static_cast<int>(bytes.size()));
-  return std::u16string(encoded.begin(), encoded.begin() + written);
+  // Digests and short values, the common case, are encoded on the stack.
+  std::array<unsigned char, 128> small;
+  std::string large;
+  const size_t length = 4 * ((bytes.size() + 2) / 3) + 1;
+  unsigned char* encoded = small.data();
+  if (length > small.size()) {
+    large.resize(length);
+    encoded = reinterpret_cast<unsigned char*>(large.data());
+  }
+  const int written = EVP_EncodeBlock(encoded, bytes.data(), static_cast<int>(bytes.size()));
+  return std::u16string(encoded, encoded + written);
 }
 
 std::vector<uint8_t> Base64Decode(std::u16string_view text) {

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+struct evp_md_st;
 
 namespace DigestHelpers {
 
@@ -62,8 +66,17 @@ class CDigestMaker {
   std::u16string MakeDigestText(std::u16string_view text, bool labelled = false) const;
 
  private:
+  // Room for the digest of any row.
+  using DigestBytes = std::array<uint8_t, 64>;
+
+  // Writes the digest into `out` and returns its length.
+  size_t Digest(std::span<const uint8_t> data, DigestBytes& out) const;
+
   const DigestAlgInfo* info_;
   std::vector<uint8_t> key_;
+  // The crypto library's algorithm, looked up once: a digest that names it
+  // by a constant looks it up again every time.
+  std::shared_ptr<evp_md_st> md_;
 };
 
 }  // namespace DigestHelpers

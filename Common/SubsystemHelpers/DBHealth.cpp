@@ -14,8 +14,9 @@ constexpr char16_t kGateUrl[] = u"Service.DatabaseManagementGate";
 // context of its own that carries no caller's token.
 VXNodePtr MakeContextWithoutToken() { return VXNodePtr::Create(u"RequestContext"); }
 
-std::shared_ptr<DBHealthEntry> ReadEntry(const VXNodePtr& node) {
-  auto entry = std::make_shared<DBHealthEntry>();
+std::shared_ptr<DBHealthEntry> ReadEntry(const VXNodePtr& node, std::pmr::memory_resource* arena) {
+  auto entry =
+      std::allocate_shared<DBHealthEntry>(std::pmr::polymorphic_allocator<DBHealthEntry>(arena));
   entry->DbName = node.GetString(u"DbName");
   entry->Available = node.GetBool(u"Available");
   entry->Mandatory = node.GetBool(u"Mandatory");
@@ -43,11 +44,14 @@ void CDBHealth::LoadHealthInfo() {
   VX_LOG(Severity::DBG, u"Health info:" << response);
   const VXNodePtr entries = response ? response.GetChild(u"DatabaseHealthResponse") : VXNodePtr();
   if (!entries) return;
+  // Sized once for a gate that reports thousands of databases.
+  entries_.reserve(entries_.size() + entries.ChildCount());
   entries.ForEachChild([this](const VXNodePtr& child) {
     if (child.GetName() != u"DatabaseHealthEntry") return;
-    std::shared_ptr<DBHealthEntry> entry = ReadEntry(child);
-    const std::u16string name = entry->DbName;
-    entries_.try_emplace(name, std::move(entry));
+    std::shared_ptr<DBHealthEntry> entry = ReadEntry(child, &arena_);
+    if (entries_.contains(entry->DbName)) return;
+    const std::u16string_view name = entry->DbName;
+    entries_.emplace(name, std::move(entry));
   });
 }
 

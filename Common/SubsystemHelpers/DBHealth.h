@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -34,9 +35,12 @@ struct DBHealthEntry {
 //             Other children are ignored.
 //
 // Not shared: an object belongs to the call that made it; no lock is taken.
+// Not copyable: its table lives in an arena of its own.
 class CDBHealth {
  public:
   CDBHealth() = default;
+  CDBHealth(const CDBHealth&) = delete;
+  CDBHealth& operator=(const CDBHealth&) = delete;
 
   // Asks the gate once and returns its response node. Raises HRX with the
   // failure of "Core.ServiceClient" (missing, OpenService) or of the call.
@@ -57,13 +61,10 @@ class CDBHealth {
   bool GetDBInfoByName(std::u16string_view dbName, bool* available, bool* mandatory) const;
 
  private:
-  struct NameHash {
-    using is_transparent = void;
-    size_t operator()(std::u16string_view name) const {
-      return std::hash<std::u16string_view>()(name);
-    }
-  };
-
-  std::unordered_map<std::u16string, std::shared_ptr<DBHealthEntry>, NameHash, std::equal_to<>>
-      entries_;
+  // The entries and the map's nodes come from an arena freed at once with
+  // the object: a gate may report thousands of databases, and each request
+  // reads them anew. The map is keyed by a view of the entry's own DbName;
+  // the entry is held by its shared pointer, so the name does not move.
+  std::pmr::monotonic_buffer_resource arena_;
+  std::pmr::unordered_map<std::u16string_view, std::shared_ptr<DBHealthEntry>> entries_{&arena_};
 };

@@ -13,6 +13,9 @@ DbTargetCollector::DbTargetCollector(std::u16string explicitView, int32_t schema
 
 void DbTargetCollector::OfferViews(const ProductViews::ViewsByName& views) {
   if (explicitView_.empty()) {
+    // At most one new database for each entry: the table grows once, not
+    // by doubling over thousands of databases.
+    targets_.reserve(targets_.size() + views.size());
     for (const auto& [name, entry] : views) {
       if (entry.DatabaseSchema == schema_) Offer(entry, false);
     }

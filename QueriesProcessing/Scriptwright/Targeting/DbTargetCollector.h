@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory_resource>
 #include <set>
 #include <string>
 #include <string_view>
@@ -44,12 +45,18 @@ struct TargetView {
 // and the names that key them, are held by reference: the ProductViews they
 // come from must outlive the collector. One collector belongs to one call;
 // no lock.
+//
+// The tables take their nodes from an arena of the collector, freed at once
+// with it: a request over thousands of databases makes no small allocation
+// per pair, and the nodes of one request lie side by side in memory.
 class DbTargetCollector {
  public:
-  using Views = std::unordered_map<std::u16string_view, TargetView>;
-  using Targets = std::unordered_map<std::u16string_view, Views>;
+  using Views = std::pmr::unordered_map<std::u16string_view, TargetView>;
+  using Targets = std::pmr::unordered_map<std::u16string_view, Views>;
 
   DbTargetCollector(std::u16string explicitView, int32_t schema);
+  DbTargetCollector(const DbTargetCollector&) = delete;
+  DbTargetCollector& operator=(const DbTargetCollector&) = delete;
 
   void OfferViews(const ProductViews::ViewsByName& views);
   void Offer(const ViewEntry& entry, bool isExplicit);
@@ -60,7 +67,8 @@ class DbTargetCollector {
   std::u16string explicitView_;
   CDBHealth health_;
   int32_t schema_;
-  Targets targets_;
+  std::pmr::monotonic_buffer_resource arena_;
+  Targets targets_{&arena_};
 };
 
 }  // namespace QueriesProcessing
