@@ -8,6 +8,7 @@
 #include "QueriesProcessing/Scriptwright/Rights/AccessFilterProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/FieldModificatorProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/ImpersonateProcessor.h"
+#include "QueriesProcessing/Scriptwright/Risk/DBNameRiskAssessmentProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/CMSortingProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/ConditionsProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/DistinctProcessor.h"
@@ -47,6 +48,7 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
       {u"%CMARK_SORTING_CONDITION%", Make<CCMSortingProcessor>},
       {u"%DATEADD%", Make<CDateAddProcessor>},
       {u"%DISTINCT%", Make<CDistinctProcessor>},
+      {u"%DB_NAME_RISK_ASSESSMENT%", Make<CDBNameRiskAssessmentProcessor>},
       {u"%WHO_GROUP_CONDITION%", Make<CWhoGroupConditionProcessor>},
       {u"%WHEN_TIME_PROCESSOR%", Make<CWhenTimeProcessor>},
       {u"%GROUP_BY_PROCESSOR%", Make<CGroupByProcessor>},
