@@ -137,7 +137,8 @@ HRESULT CDBNameRiskAssessmentProcessor::ProcessNode(VXNodePtr& request, const VX
     const auto procedure = riskName2Procedure_.find(riskName);
     if (procedure == riskName2Procedure_.end() || !riskConfiguration_.contains(riskName)) {
       VX_LOG(Severity::ERR, u"Not found config for risk name = " << riskName);
-      ThrowError(E_INVALIDARG, u": no risk assessment '" + riskName + u"' is configured");
+      ThrowError(E_INVALIDARG, u": risk '" + riskName +
+                                   u"' needs both a procedure mapping and a RiskConfiguration row");
     }
     const RiskEntry& entry = FindRiskEntry(riskName);
 
@@ -277,7 +278,7 @@ const RiskEntry& CDBNameRiskAssessmentProcessor::FindRiskEntry(
     const std::u16string& riskName) const {
   const auto entry = riskConfiguration_.find(riskName);
   if (entry == riskConfiguration_.end()) {
-    ThrowError(E_INVALIDARG, u": no risk assessment '" + riskName + u"' is configured");
+    ThrowError(E_INVALIDARG, u": no RiskConfiguration row for risk '" + riskName + u"'");
   }
   return entry->second;
 }
