@@ -135,12 +135,12 @@ HRESULT CDBNameRiskAssessmentProcessor::ProcessNode(VXNodePtr& request, const VX
 
     const std::u16string riskName = risk.GetString(u"RiskAssessmentName");
     const auto procedure = riskName2Procedure_.find(riskName);
-    if (procedure == riskName2Procedure_.end() || !riskConfiguration_.contains(riskName)) {
+    const auto entry = riskConfiguration_.find(riskName);
+    if (procedure == riskName2Procedure_.end() || entry == riskConfiguration_.end()) {
       VX_LOG(Severity::ERR, u"Not found config for risk name = " << riskName);
       ThrowError(E_INVALIDARG, u": risk '" + riskName +
                                    u"' needs both a procedure mapping and a RiskConfiguration row");
     }
-    const RiskEntry& entry = FindRiskEntry(riskName);
 
     CDBHealth health;
     health.LoadHealthInfo();
@@ -149,7 +149,7 @@ HRESULT CDBNameRiskAssessmentProcessor::ProcessNode(VXNodePtr& request, const VX
       const auto database = monitoringPlanDatabases_.find(plan);
       if (database == monitoringPlanDatabases_.end()) continue;
       VXNodePtr parameters =
-          PlanParameters(risk, plan, database->second, *procedure->second, entry, health);
+          PlanParameters(risk, plan, database->second, *procedure->second, entry->second, health);
       if (parameters) calls.push_back({plan, std::move(parameters)});
     }
     text = WriteCalls(calls, *procedure->second, text);
@@ -250,10 +250,13 @@ GuidSet CDBNameRiskAssessmentProcessor::GetEnabledDataSources(const GUID& plan) 
 
 std::vector<std::u16string> CDBNameRiskAssessmentProcessor::RetrieveItems(
     const GUID& plan, const std::u16string& riskName, const GuidSet& enabledDataSources) const {
-  const RiskEntry& entry = FindRiskEntry(riskName);
-  const GuidSet dataSources = Intersect(entry.DataSources, enabledDataSources);
+  const auto entry = riskConfiguration_.find(riskName);
+  if (entry == riskConfiguration_.end()) {
+    ThrowError(E_INVALIDARG, u": no RiskConfiguration row for risk '" + riskName + u"'");
+  }
+  const GuidSet dataSources = Intersect(entry->second.DataSources, enabledDataSources);
   if (dataSources.empty()) return {};
-  return RetrieveContainerItems(plan, dataSources, entry.UseItemDisplayName);
+  return RetrieveContainerItems(plan, dataSources, entry->second.UseItemDisplayName);
 }
 
 std::vector<std::u16string> CDBNameRiskAssessmentProcessor::ApplyItemsFilter(
@@ -272,15 +275,6 @@ std::vector<std::u16string> CDBNameRiskAssessmentProcessor::ApplyItemsFilter(
   if (wanted.empty()) return items;
   std::erase_if(items, [&](const std::u16string& item) { return !wanted.contains(item); });
   return items;
-}
-
-const RiskEntry& CDBNameRiskAssessmentProcessor::FindRiskEntry(
-    const std::u16string& riskName) const {
-  const auto entry = riskConfiguration_.find(riskName);
-  if (entry == riskConfiguration_.end()) {
-    ThrowError(E_INVALIDARG, u": no RiskConfiguration row for risk '" + riskName + u"'");
-  }
-  return entry->second;
 }
 
 }  // namespace QueriesProcessing

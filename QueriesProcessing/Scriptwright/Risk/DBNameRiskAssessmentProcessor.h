@@ -103,7 +103,7 @@ class CDBNameRiskAssessmentProcessor : public IVariableProcessor {
   GuidSet GetEnabledDataSources(const GUID& plan) const;
   // The plan's scope items for the data sources the risk applies to that
   // are enabled; none, without asking the service, when no such source is
-  // left (RetrieveContainerItems).
+  // left (RetrieveContainerItems). A risk without its row, 0x80070057.
   std::vector<std::u16string> RetrieveItems(const GUID& plan, const std::u16string& riskName,
                                             const GuidSet& enabledDataSources) const;
   // Only the items the request's Items child names, when it names any: by
@@ -113,7 +113,6 @@ class CDBNameRiskAssessmentProcessor : public IVariableProcessor {
   std::vector<std::u16string> ApplyItemsFilter(const VXNodePtr& risk,
                                                std::vector<std::u16string> items,
                                                bool useDisplayName) const;
-  const RiskEntry& FindRiskEntry(const std::u16string& riskName) const;
   // The parameters of one plan's call, or a null node when the plan is
   // passed over.
   VXNodePtr PlanParameters(const VXNodePtr& risk, const GUID& plan, const std::u16string& database,
