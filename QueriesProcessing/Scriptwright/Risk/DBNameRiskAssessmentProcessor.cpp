@@ -34,9 +34,9 @@ constexpr int32_t kWinErrorAccessDenied = 5;
 
 std::vector<VXNodePtr> FindAll(std::u16string_view path, int32_t maxDepth) {
   const auto proxy = GetNamedInstance<IConfigNodes>(kConfigServerName);
-  return ConfigServerClient::FindAllNodes(
-      *proxy.get(), ConfigServerClient::MakePathFilter(path, true, maxDepth),
-      ConfigServerClient::kAllNodes);
+  return ConfigServerClient::FindAllNodes(*proxy.get(),
+                                          ConfigServerClient::MakePathFilter(path, true, maxDepth),
+                                          ConfigServerClient::kAllNodes);
 }
 
 bool ChildEnabled(const VXNodePtr& node, std::u16string_view child) {
@@ -144,13 +144,13 @@ HRESULT CDBNameRiskAssessmentProcessor::ProcessNode(VXNodePtr& request, const VX
 
     CDBHealth health;
     health.LoadHealthInfo();
-    std::vector<PlanCall> calls;
+    std::vector<VXNodePtr> calls;  // the parameters of each plan's call
     for (const GUID& plan : plans) {
       const auto database = monitoringPlanDatabases_.find(plan);
       if (database == monitoringPlanDatabases_.end()) continue;
       VXNodePtr parameters =
           PlanParameters(risk, plan, database->second, *procedure->second, entry->second, health);
-      if (parameters) calls.push_back({plan, std::move(parameters)});
+      if (parameters) calls.push_back(std::move(parameters));
     }
     text = WriteCalls(calls, *procedure->second, text);
   });
@@ -178,14 +178,14 @@ VXNodePtr CDBNameRiskAssessmentProcessor::PlanParameters(const VXNodePtr& risk, 
   return ArgumentParameters(procedure, values);
 }
 
-std::u16string CDBNameRiskAssessmentProcessor::WriteCalls(const std::vector<PlanCall>& calls,
+std::u16string CDBNameRiskAssessmentProcessor::WriteCalls(const std::vector<VXNodePtr>& calls,
                                                           const RiskProcedure& procedure,
                                                           const std::u16string& text) const {
   std::u16string written;
   written.reserve(text.size() * calls.size());
-  for (const PlanCall& call : calls) {
+  for (const VXNodePtr& parameters : calls) {
     std::u16string copy = text;
-    ReplaceAll(copy, aliasVariables_, WriteRiskArguments(procedure.Variables, call.parameters));
+    ReplaceAll(copy, aliasVariables_, WriteRiskArguments(procedure.Variables, parameters));
     written += copy;
   }
   ReplaceAll(written, aliasRiskAssessmentName_, procedure.Name);

@@ -76,12 +76,6 @@ class CDBNameRiskAssessmentProcessor : public IVariableProcessor {
 
  private:
   using PlanDatabases = std::map<GUID, std::u16string, GuidBytesLess>;
-  // One plan's call: the plan and the parameters of its arguments.
-  struct PlanCall {
-    GUID plan;
-    VXNodePtr parameters;
-  };
-
   void BuildMonitoringPlanDatabases();
   // The request's MonitoringPlans, when it lists any, narrow `ids`.
   GuidSet ApplyMoIdsFilter(const VXNodePtr& risk, const GuidSet& ids) const;
@@ -118,7 +112,8 @@ class CDBNameRiskAssessmentProcessor : public IVariableProcessor {
   VXNodePtr PlanParameters(const VXNodePtr& risk, const GUID& plan, const std::u16string& database,
                            const RiskProcedure& procedure, const RiskEntry& entry,
                            const CDBHealth& health) const;
-  std::u16string WriteCalls(const std::vector<PlanCall>& calls, const RiskProcedure& procedure,
+  // `text` once per call, with its arguments; then the procedure's name.
+  std::u16string WriteCalls(const std::vector<VXNodePtr>& calls, const RiskProcedure& procedure,
                             const std::u16string& text) const;
 
   std::u16string aliasVariables_;

@@ -89,7 +89,8 @@ std::u16string WriteRiskArguments(const std::vector<VXNodePtr>& arguments,
                                   const VXNodePtr& parameters) {
   std::vector<std::u16string> written;
   written.reserve(arguments.size());
-  for (const VXNodePtr& argument : arguments) written.push_back(WriteArgument(argument, parameters));
+  for (const VXNodePtr& argument : arguments)
+    written.push_back(WriteArgument(argument, parameters));
   return JoinAll(written);
 }
 

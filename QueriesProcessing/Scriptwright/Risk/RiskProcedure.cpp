@@ -36,8 +36,8 @@ std::shared_ptr<const RiskProcedure> Overridden(const RiskProcedure& base, const
     if (index >= procedure->Variables.size()) {
       ThrowError(E_INVALIDARG, u": OverrideVariables order " + ToTextUnsigned(order) +
                                    u" of risk '" + risk.GetValue() + u"' is not one of the " +
-                                   ToTextUnsigned(procedure->Variables.size()) +
-                                   u" arguments of " + base.Name);
+                                   ToTextUnsigned(procedure->Variables.size()) + u" arguments of " +
+                                   base.Name);
     }
     procedure->Variables[index] = child.Clone();
   });

@@ -35,7 +35,8 @@ ScopeItemDisplayNames::ScopeItemDisplayNames(const std::vector<VXNodePtr>& sourc
     if (!source) continue;
     source.ForEachChild([this](const VXNodePtr& row) {
       std::u16string text;
-      if (row.TryGetString(u"display_name", text)) names_.try_emplace(row.GetValue(), std::move(text));
+      if (row.TryGetString(u"display_name", text))
+        names_.try_emplace(row.GetValue(), std::move(text));
     });
   }
 }

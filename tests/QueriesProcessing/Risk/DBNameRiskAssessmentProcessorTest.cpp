@@ -36,7 +36,8 @@ std::string Config(const std::string& arguments = "", const std::string& more = 
     <_ _name="RiskConfiguration">
       <RiskEntry RiskName="Stale" DataSources="guid[]:[)" +
          RiskWorld::kSourceType + R"(]" UseItemDisplayName="bool:false"/>
-    </_>)" + more + "</_>";
+    </_>)" +
+         more + "</_>";
 }
 
 std::string Request(const std::string& attributes = "", const std::string& children = "") {
@@ -71,8 +72,9 @@ class RiskProcessorTest : public ::testing::Test {
 TEST_F(RiskProcessorTest, FilterChainByPermission) {
   AddThreePlans();
   const std::string all = Call("db2", kP2) + Call("db1", kP1) + Call("db3", kP3);
-  const std::string scope = std::string(R"(<Scope><_ Container="guid:)") + kP3 +
-                            R"("/><_/><_ Container=""/><_ Container="00000002-0000-0000-0000-0000000000a1"/></Scope>)";
+  const std::string scope =
+      std::string(R"(<Scope><_ Container="guid:)") + kP3 +
+      R"("/><_/><_ Container=""/><_ Container="00000002-0000-0000-0000-0000000000a1"/></Scope>)";
   const struct {
     std::string name;
     bool token;
@@ -84,7 +86,8 @@ TEST_F(RiskProcessorTest, FilterChainByPermission) {
       {"in-process call", false, kAccessMissing, "", "", all},
       {"full", true, kAccessFull, "", "", all},
       {"limited", true, kAccessLimited, scope, "", Call("db1", kP1) + Call("db3", kP3)},
-      {"limited, no Container", true, kAccessLimited, "<Scope><_/><_ Other=\"x\"/></Scope>", "", ""},
+      {"limited, no Container", true, kAccessLimited, "<Scope><_/><_ Other=\"x\"/></Scope>", "",
+       ""},
       {"limited, no scope", true, kAccessLimited, "", "", ""},
       {"missing", true, kAccessMissing, "", "", Failure(HresultFromWin32(5))},
       {"another answer", true, static_cast<AccessCheckResult>(7), "", "", ""},
@@ -177,7 +180,9 @@ TEST_F(RiskProcessorTest, ArgumentsOfEachPlan) {
        "EXEC usp_Risk N'db''1'," + plan + ",N'N''a'',N''b''',%TOP%,N'2020-01-01',NULL,7,NULL;"},
       {Request(R"(Top="x")"),
        "EXEC usp_Risk N'db''1'," + plan + ",N'N''a'',N''b''',x,N'2020-01-01',5,5,NULL;"},
-      {Request("", R"(<_ _name="Items"><Item ItemValue="b"/><Item ItemValue="z"/><Other ItemValue="a"/></_>)"),
+      {Request(
+           "",
+           R"(<_ _name="Items"><Item ItemValue="b"/><Item ItemValue="z"/><Other ItemValue="a"/></_>)"),
        "EXEC usp_Risk N'db''1'," + plan + ",N'N''b''',NULL,N'2020-01-01',5,5,NULL;"},
       {Request("", R"(<_ _name="Items"><Item ItemValue="z"/></_>)"), ""},
       {Request("", R"(<_ _name="Items"><Item/></_>)"), Failure(E_NOTFOUND)},
@@ -193,24 +198,30 @@ TEST_F(RiskProcessorTest, ArgumentsOfEachPlan) {
 TEST_F(RiskProcessorTest, OverriddenArgumentAndTokensOverTheWholeText) {
   world.AddPlan({kP1, "db1"});
   world.AddPlan({kP2, "db2"});
-  const std::string config = std::string(R"(<_ required_permission="ViewRisks" alias_variables="%ARGS%")"
-      R"( alias_risk_assessment_name="%PROC%" top_variable="%TOP%" MonitoringPlansCfgPath="\Tallyvane\MonitoringPlans\")"
-      R"( excluded_moids="guid[]:[]">
+  const std::string config =
+      std::string(
+          R"(<_ required_permission="ViewRisks" alias_variables="%ARGS%")"
+          R"( alias_risk_assessment_name="%PROC%" top_variable="%TOP%" MonitoringPlansCfgPath="\Tallyvane\MonitoringPlans\")"
+          R"( excluded_moids="guid[]:[]">
     <BaseRiskAssessmentProcedure _value="usp_A"><_ _value="DBName"/><_ _value="Days" default_value="i32:30"/></BaseRiskAssessmentProcedure>
     <_ _name="RiskAssessmentProcedureMapping"><_ _name="usp_A">
       <RiskAssessment _value="Stale"/>
       <RiskAssessment _value="Old"><OverrideVariables order="u32:2" _value="Days" default_value="i32:365"/></RiskAssessment>
     </_></_>
     <_ _name="RiskConfiguration">
-      <RiskEntry RiskName="Stale" DataSources="guid[]:[)") + RiskWorld::kSourceType + R"(]" UseItemDisplayName="bool:false"/>
-      <RiskEntry RiskName="Old" DataSources="guid[]:[)" + RiskWorld::kSourceType + R"(]" UseItemDisplayName="bool:true"/>
+      <RiskEntry RiskName="Stale" DataSources="guid[]:[)") +
+      RiskWorld::kSourceType + R"(]" UseItemDisplayName="bool:false"/>
+      <RiskEntry RiskName="Old" DataSources="guid[]:[)" +
+      RiskWorld::kSourceType + R"(]" UseItemDisplayName="bool:true"/>
       <RiskEntry RiskName="Old" DataSources="guid[]:[]" UseItemDisplayName="bool:false"/>
     </_></_>)";
   const std::string text = "%PROC% %ARGS% -- %PROC%\n";
   EXPECT_EQ(world.Run(config, Request(), text),
             "usp_A N'db2',30 -- usp_A\nusp_A N'db1',30 -- usp_A\n");
-  EXPECT_EQ(world.Run(config, R"(<Query><_ _name="RiskAssessment" RiskAssessmentName="Old"/></Query>)", text),
-            "usp_A N'db2',365 -- usp_A\nusp_A N'db1',365 -- usp_A\n");
+  EXPECT_EQ(
+      world.Run(config, R"(<Query><_ _name="RiskAssessment" RiskAssessmentName="Old"/></Query>)",
+                text),
+      "usp_A N'db2',365 -- usp_A\nusp_A N'db1',365 -- usp_A\n");
   EXPECT_TRUE(world.services->itemRequests.back().GetBool(u"UseFullName"));
 }
 
@@ -226,18 +237,23 @@ TEST_F(RiskProcessorTest, Failures) {
     std::string logged;  // at ERR
   } cases[] = {
       {"no RiskAssessment", Config(), "<Query/>", Failure(E_NOTFOUND), ""},
-      {"no name", Config(), R"(<Query><_ _name="RiskAssessment"/></Query>)", Failure(E_NOTFOUND), ""},
-      {"unknown risk", Config(), R"(<Query><_ _name="RiskAssessment" RiskAssessmentName="Nope"/></Query>)",
+      {"no name", Config(), R"(<Query><_ _name="RiskAssessment"/></Query>)", Failure(E_NOTFOUND),
+       ""},
+      {"unknown risk", Config(),
+       R"(<Query><_ _name="RiskAssessment" RiskAssessmentName="Nope"/></Query>)",
        Failure(E_INVALIDARG), "Not found config for risk name = Nope"},
-      {"configured, not mapped", Config("",
+      {"configured, not mapped",
+       Config(
+           "",
            R"(<_ _name="RiskConfiguration"><RiskEntry RiskName="Lone" DataSources="guid[]:[]" UseItemDisplayName="bool:false"/></_>)"),
-       R"(<Query><_ _name="RiskAssessment" RiskAssessmentName="Lone"/></Query>)", Failure(E_INVALIDARG),
-       "Not found config for risk name = Lone"},
+       R"(<Query><_ _name="RiskAssessment" RiskAssessmentName="Lone"/></Query>)",
+       Failure(E_INVALIDARG), "Not found config for risk name = Lone"},
       {"mapped, not configured", Config("", mappedOnly),
-       R"(<Query><_ _name="RiskAssessment" RiskAssessmentName="Mapped"/></Query>)", Failure(E_INVALIDARG),
-       "Not found config for risk name = Mapped"},
+       R"(<Query><_ _name="RiskAssessment" RiskAssessmentName="Mapped"/></Query>)",
+       Failure(E_INVALIDARG), "Not found config for risk name = Mapped"},
       {"no alias", R"(<_ required_permission="x"/>)", Request(), "load error 0x80070490", ""},
-      {"excluded plan no GUID", Config("", "", "str[]:[&quot;1&quot;]"), Request(), "load error 0x80070057", ""},
+      {"excluded plan no GUID", Config("", "", "str[]:[&quot;1&quot;]"), Request(),
+       "load error 0x80070057", ""},
   };
   LogCapture::Instance().Take();
   for (const auto& c : cases) {

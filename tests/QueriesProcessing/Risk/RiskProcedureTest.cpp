@@ -18,7 +18,8 @@ constexpr char kProcedure[] = R"(<BaseRiskAssessmentProcedure _value="usp_Risk">
 
 std::string Mapping(const std::string& risks) {
   return std::string("<_>") + kProcedure +
-         R"(<_ _name="RiskAssessmentProcedureMapping"><_ _name="usp_Risk">)" + risks + "</_></_></_>";
+         R"(<_ _name="RiskAssessmentProcedureMapping"><_ _name="usp_Risk">)" + risks +
+         "</_></_></_>";
 }
 
 // The argument names of a risk's procedure, or "error 0x..." when the

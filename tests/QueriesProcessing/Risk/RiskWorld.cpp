@@ -49,8 +49,8 @@ std::string Lower(std::string text) {
 
 }  // namespace
 
-HRESULT FakeConfigTree::FindNodes(const VXNodePtr& filter, IConfigCursor** cursor,
-                                  VXNodePtr* nodes, uint32_t count, uint32_t* returned) {
+HRESULT FakeConfigTree::FindNodes(const VXNodePtr& filter, IConfigCursor** cursor, VXNodePtr* nodes,
+                                  uint32_t count, uint32_t* returned) {
   ++searches;
   if (cursor) *cursor = nullptr;
   *returned = 0;
@@ -105,10 +105,12 @@ RiskWorld::~RiskWorld() {
 }
 
 void RiskWorld::AddPlan(const Plan& plan) {
-  managedObjects_ += "<_ _value=\"" + plan.id + "\"><_ _name=\"ReportingSettings\" Enabled=\"bool:" +
-                     (plan.reporting ? "true" : "false") + "\"/></_>";
-  dataSources->Add(ToUtf16(plan.id),
-                   Parse("<_ db=\"" + plan.db + "\" DatabaseSchema=\"i32:0\" Enabled=\"bool:true\"/>"));
+  managedObjects_ +=
+      "<_ _value=\"" + plan.id +
+      "\"><_ _name=\"ReportingSettings\" Enabled=\"bool:" + (plan.reporting ? "true" : "false") +
+      "\"/></_>";
+  dataSources->Add(ToUtf16(plan.id), Parse("<_ db=\"" + plan.db +
+                                           "\" DatabaseSchema=\"i32:0\" Enabled=\"bool:true\"/>"));
   const std::string name = Lower(plan.id.substr(1, 36));
   planSettings_ += "<_ _name=\"" + name + "\"><_ _name=\"AuditedSystems\"><_ _value=\"" +
                    kSourceType + "\" Enabled=\"bool:" + (plan.enabledSource ? "true" : "false") +
@@ -118,19 +120,18 @@ void RiskWorld::AddPlan(const Plan& plan) {
 }
 
 void RiskWorld::SetHealth(const std::string& db, bool available, bool mandatory) {
-  healthEntries_ += "<_ _name=\"DatabaseHealthEntry\" DbName=\"" + db + "\" Available=\"bool:" +
-                    (available ? "true" : "false") + "\" Mandatory=\"bool:" +
-                    (mandatory ? "true" : "false") + "\"/>";
+  healthEntries_ += "<_ _name=\"DatabaseHealthEntry\" DbName=\"" + db +
+                    "\" Available=\"bool:" + (available ? "true" : "false") +
+                    "\" Mandatory=\"bool:" + (mandatory ? "true" : "false") + "\"/>";
 }
 
 void RiskWorld::Serve() {
-  config->tree = Parse(
-      "<_><_ _name=\"Tallyvane\"><_ _name=\"ManagedObjects\">" + managedObjects_ +
-      "</_><_ _name=\"ReportingSettingsHistory\"><_ _name=\"Containers\"/></_>"
-      "<_ _name=\"MonitoringPlans\">" + planSettings_ + "</_></_>" + extraConfig_ + "</_>");
+  config->tree = Parse("<_><_ _name=\"Tallyvane\"><_ _name=\"ManagedObjects\">" + managedObjects_ +
+                       "</_><_ _name=\"ReportingSettingsHistory\"><_ _name=\"Containers\"/></_>"
+                       "<_ _name=\"MonitoringPlans\">" +
+                       planSettings_ + "</_></_>" + extraConfig_ + "</_>");
   appConfig->tree = config->tree;
-  services->health =
-      Parse("<_><_ _name=\"DatabaseHealthResponse\">" + healthEntries_ + "</_></_>");
+  services->health = Parse("<_><_ _name=\"DatabaseHealthResponse\">" + healthEntries_ + "</_></_>");
 }
 
 std::string RiskWorld::Run(const std::string& processorConfig, const std::string& request,

@@ -16,8 +16,7 @@ TEST(ScopeItemDisplayNamesTest, RowsOfBothSourcesTheFirstCounts) {
   const ScopeItemDisplayNames names(
       {Parse(R"(<_><_ _value="Server" display_name="File server"/><_ _value="Share"/>
                   <_ _value="Site" display_name=""/><_ _value="Server" display_name="Later"/></_>)"),
-       VXNodePtr(),
-       Parse(R"(<_><_ _value="Share" display_name="Shared folder"/>
+       VXNodePtr(), Parse(R"(<_><_ _value="Share" display_name="Shared folder"/>
                   <_ _value="Server" display_name="Not this"/></_>)")});
   const struct {
     std::u16string value, type, expected;
