@@ -18,6 +18,16 @@ void ToTextBytes(const GUID& g, uint8_t out[16]) {
   std::memcpy(out + 8, g.Data4, 8);
 }
 
+// The 16 bytes of the binary GUID, whatever the byte order of this machine.
+void ToBinaryBytes(const GUID& g, uint8_t out[16]) {
+  for (int i = 0; i < 4; ++i) out[i] = uint8_t(g.Data1 >> (8 * i));
+  out[4] = uint8_t(g.Data2);
+  out[5] = uint8_t(g.Data2 >> 8);
+  out[6] = uint8_t(g.Data3);
+  out[7] = uint8_t(g.Data3 >> 8);
+  std::memcpy(out + 8, g.Data4, 8);
+}
+
 int HexValue(char16_t c) {
   if (c >= u'0' && c <= u'9') return c - u'0';
   if (c >= u'a' && c <= u'f') return c - u'a' + 10;
@@ -66,6 +76,14 @@ std::optional<GUID> ParseGuid(std::u16string_view text) {
   g.Data3 = uint16_t(bytes[6] << 8 | bytes[7]);
   std::memcpy(g.Data4, bytes + 8, 8);
   return g;
+}
+
+bool GuidBytesLess::operator()(const GUID& a, const GUID& b) const noexcept {
+  uint8_t first[16];
+  uint8_t second[16];
+  ToBinaryBytes(a, first);
+  ToBinaryBytes(b, second);
+  return std::memcmp(first, second, 16) < 0;
 }
 
 GUID MakeGuid(std::u16string_view literal) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,18 @@ std::optional<GUID> ParseGuid(std::u16string_view text);
 
 // A literal for code: MakeGuid(u"{...}"); aborts on a malformed literal.
 GUID MakeGuid(std::u16string_view literal);
+
+// Orders GUIDs by the 16 bytes of the binary GUID, the platform's layout
+// (the first three fields little-endian, then Data4), compared one by one as
+// unsigned bytes. This is not the order of the text forms:
+// {01000000-0000-0000-0000-000000000000} comes before
+// {00000002-0000-0000-0000-000000000000}, whose first byte is 0x02. Every
+// ordered set of GUIDs whose order can be seen uses it (GuidSet).
+struct GuidBytesLess {
+  bool operator()(const GUID& a, const GUID& b) const noexcept;
+};
+
+using GuidSet = std::set<GUID, GuidBytesLess>;
 
 template <>
 struct std::hash<GUID> {

@@ -13,6 +13,7 @@
 #include "QueriesProcessing/Scriptwright/Rights/ClassificationProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/FieldModificatorProcessor.h"
 #include "QueriesProcessing/Scriptwright/Rights/ImpersonateProcessor.h"
+#include "QueriesProcessing/Scriptwright/Risk/DBNameRiskAssessmentProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/CMSortingProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/ConditionsProcessor.h"
 #include "QueriesProcessing/Scriptwright/Shaping/DistinctProcessor.h"
@@ -52,6 +53,7 @@ const std::vector<ProcessorTableRow>& ProcessorTable() {
       {u"%CMARK_SORTING_CONDITION%", Make<CCMSortingProcessor>},
       {u"%DATEADD%", Make<CDateAddProcessor>},
       {u"%DISTINCT%", Make<CDistinctProcessor>},
+      {u"%DB_NAME_RISK_ASSESSMENT%", Make<CDBNameRiskAssessmentProcessor>},
       {u"%TABLE_FILLING%", Make<CTableFillingProcessor>},
       {u"%WHO_GROUP_CONDITION%", Make<CWhoGroupConditionProcessor>},
       {u"%WHEN_TIME_PROCESSOR%", Make<CWhenTimeProcessor>},

@@ -60,8 +60,8 @@ class CMOHistory {
   void ReadContainer(const VXNodePtr& container);
   void ReadBuiltInSystems(const VXNodePtr& history);
 
-  std::map<GUID, std::set<std::u16string>> collectorObjects_;
-  std::set<GUID> everEnabled_;
+  std::map<GUID, std::set<std::u16string>, GuidBytesLess> collectorObjects_;
+  GuidSet everEnabled_;
   bool investigationsEverEnabled_ = false;
 };
 
