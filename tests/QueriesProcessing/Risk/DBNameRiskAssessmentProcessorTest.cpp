@@ -138,8 +138,8 @@ TEST_F(RiskProcessorTest, PlansPassedOver) {
   world.AddPlan({kFailing, "db11"});
   world.AddPlan({kNeverEnabled, "db12"});
   world.dataSources->nodes.erase(FormatGuid(MakeGuid(ToUtf16(kUnknown))));
-  world.dataSources->Fail(ToUtf16(kFailing), E_FAIL);
-  world.dataSources->Add(ToUtf16(kNeverEnabled), Parse(R"(<_ db="db12" Enabled="bool:false"/>)"));
+  world.dataSources->failures[FormatGuid(MakeGuid(ToUtf16(kFailing)))] = E_FAIL;
+  world.dataSources->nodes[FormatGuid(MakeGuid(ToUtf16(kNeverEnabled)))] = Parse(R"(<_ db="db12" Enabled="bool:false"/>)");
   world.SetHealth("db6", false, false);
   world.SetHealth("db7", false, true);
 

@@ -85,7 +85,7 @@ HRESULT FakeRiskServices::Call(const VXNodePtr& request, VXNodePtr* response) {
 RiskWorld::RiskWorld()
     : config(::Testing::MakeFake<FakeConfigTree, IConfigNodes>()),
       appConfig(::Testing::MakeFake<FakeConfigTree, IConfigNodes>()),
-      dataSources(FakeDataSources::Make()),
+      dataSources(::Testing::MakeFake<FakeDataSources, IDataSources>()),
       services(::Testing::MakeFake<FakeRiskServices, IServiceClient>()),
       checker(::Testing::MakeFake<FakePermissionsChecker, IPermissionsChecker>()),
       contexts(::Testing::MakeFake<::Testing::FakeContexts, IRequestContextMgr>()) {
@@ -109,8 +109,8 @@ void RiskWorld::AddPlan(const Plan& plan) {
       "<_ _value=\"" + plan.id +
       "\"><_ _name=\"ReportingSettings\" Enabled=\"bool:" + (plan.reporting ? "true" : "false") +
       "\"/></_>";
-  dataSources->Add(ToUtf16(plan.id), Parse("<_ db=\"" + plan.db +
-                                           "\" DatabaseSchema=\"i32:0\" Enabled=\"bool:true\"/>"));
+  dataSources->nodes[FormatGuid(MakeGuid(ToUtf16(plan.id)))] =
+      Parse("<_ db=\"" + plan.db + "\" DatabaseSchema=\"i32:0\" Enabled=\"bool:true\"/>");
   const std::string name = Lower(plan.id.substr(1, 36));
   planSettings_ += "<_ _name=\"" + name + "\"><_ _name=\"AuditedSystems\"><_ _value=\"" +
                    kSourceType + "\" Enabled=\"bool:" + (plan.enabledSource ? "true" : "false") +
