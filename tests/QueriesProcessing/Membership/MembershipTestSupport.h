@@ -75,10 +75,6 @@ class ProxyStorage : public CComponentBase, public IVXSQLStorage {
   }
   HRESULT Configure(const VXNodePtr& settings) override { return inner_->Configure(settings); }
 
-  std::vector<std::u16string> Batches() {
-    std::lock_guard guard(lock_);
-    return batches_;
-  }
   size_t BatchCount() {
     std::lock_guard guard(lock_);
     return batches_.size();
