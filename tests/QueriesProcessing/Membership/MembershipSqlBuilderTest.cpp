@@ -97,33 +97,26 @@ TEST(MembershipSqlBuilderTest, InsertsTakeBatchSizeRowsEach) {
   }
 }
 
-TEST(MembershipSqlBuilderTest, NamesAreWrittenWholeAndNeverScannedForTokens) {
-  const CMembershipSqlBuilder sql(ShortConfig());
-  const std::u16string nul(u"a\0b", 3);
-  const std::u16string longName = std::u16string(10000, u'y') + u"'";
-  for (const std::u16string& name :
-       {nul, longName, std::u16string(u"%MEMBERS%"), std::u16string(u"@T @S %COLUMN_NAME%")}) {
+TEST(MembershipSqlBuilderTest, TheTemplatePlacesTheMembersAndNamesAreNeverScanned) {
+  struct Case {
+    const char16_t* insert;  // the template
+    MemberSet members;
     std::u16string text;
-    sql.AppendInsert(text, kId, {name}, true);
-    std::u16string escaped;
-    for (char16_t ch : name) escaped += ch == u'\'' ? u"''" : std::u16string(1, ch);
-    EXPECT_EQ(text, u"INSERT INTO T_" + std::u16string(kIdText) +
-                        u"_NotInGroup (OutCol) VALUES (N'" + escaped + u"');\n");
+  } cases[] = {
+      {u"A %MEMBERS% B %MEMBERS% C", {u"x"}, u"A (N'x') B (N'x') C;\n"},
+      {u"NOTHING", {u"x", u"y", u"z"}, u"NOTHING;\nNOTHING;\n"},  // one per batch all the same
+      {u"%MEMBERS%", {u"%MEMBERS%"}, u"(N'%MEMBERS%');\n"},
+      {u"@T %MEMBERS%", {u"@T @S %COLUMN_NAME%'"},
+       u"T_" + std::u16string(kIdText) + u"_NotInGroup (N'@T @S %COLUMN_NAME%''');\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(ToUtf8(c.insert));
+    MembershipTablesConfig config = ShortConfig(2);
+    config.insertQueryTemplate = c.insert;
+    std::u16string text;
+    CMembershipSqlBuilder(config).AppendInsert(text, kId, c.members, true);
+    EXPECT_EQ(text, c.text);
   }
-}
-
-TEST(MembershipSqlBuilderTest, MembersGoWhereverTheTemplateHasThem) {
-  MembershipTablesConfig twice = ShortConfig(2);
-  twice.insertQueryTemplate = u"A %MEMBERS% B %MEMBERS% C";
-  std::u16string text;
-  CMembershipSqlBuilder(twice).AppendInsert(text, kId, {u"x"}, false);
-  EXPECT_EQ(text, u"A (N'x') B (N'x') C;\n");
-
-  MembershipTablesConfig none = ShortConfig(2);
-  none.insertQueryTemplate = u"NOTHING";
-  text.clear();
-  CMembershipSqlBuilder(none).AppendInsert(text, kId, {u"x", u"y", u"z"}, false);
-  EXPECT_EQ(text, u"NOTHING;\nNOTHING;\n");  // one statement per batch all the same
 }
 
 }  // namespace
