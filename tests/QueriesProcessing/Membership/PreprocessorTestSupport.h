@@ -20,8 +20,7 @@ namespace QueriesProcessing {
 // "Core.ServiceClient" and a directory service over a table of groups. The
 // first request of a lookup opens a session; its polls get `notReady`
 // not-ready answers, then every member in one page (a group not in the
-// table is unknown: no members). A group in `failures` answers with that
-// negative code and the text "directory says no". Thread-safe.
+// table is unknown: no members). Thread-safe.
 class FakeDirectory : public CComponentBase, public IServiceClient, public IServiceProxy {
  public:
   using Interfaces = std::tuple<IServiceClient, IServiceProxy>;
@@ -40,13 +39,9 @@ class FakeDirectory : public CComponentBase, public IServiceClient, public IServ
       answer.SetGuid(u"SessionId", session);
     } else {
       Lookup& lookup = sessions_.at(request.GetGuid(u"SessionId"));
-      const auto failure = failures.find(lookup.group);
       if (lookup.notReady > 0) {
         --lookup.notReady;
         answer.SetInt32(u"ResultCode", 1);
-      } else if (failure != failures.end()) {
-        answer.SetInt32(u"ResultCode", failure->second);
-        answer.SetString(u"ErrorText", u"directory says no");
       } else {
         Page(answer, lookup.group);
       }
@@ -66,7 +61,6 @@ class FakeDirectory : public CComponentBase, public IServiceClient, public IServ
 
   // Set before the lookups start.
   int notReady = 0;
-  std::map<std::u16string, int32_t> failures;
 
  private:
   struct Lookup {
