@@ -166,7 +166,6 @@ TEST(GroupMembershipPreprocessorTest, CancelDropsTheSessionAndNotifyNeedsNoSessi
     VXNodePtr request;
     HRESULT status;
   } cases[] = {
-      {"notify by SessionId", false, SessionRequest(u"Query", u"SessionId", 1), S_OK},
       {"notify by Cookie", false, SessionRequest(u"Cookie", u"Cookie", 1), S_OK},
       {"notify without a session", false, SessionRequest(u"Cookie", u"", 0), S_OK},
       {"notify of an unknown session", false, SessionRequest(u"Cookie", u"SessionId", 9), S_OK},
@@ -252,9 +251,7 @@ TEST(GroupMembershipPreprocessorTest, AFailedConfigureShutsTheComponentDown) {
     HRESULT status;
   } cases[] = {
       {"null", VXNodePtr(), E_INVALIDARG},
-      {"no DSMInstName", without(u"DSMInstName"), E_NOTFOUND},
       {"no such service", unknownService, E_NOTFOUND},
-      {"no InitializeRetryIntervalSec", without(u"InitializeRetryIntervalSec"), E_NOTFOUND},
       {"negative retry", negative, E_INVALIDARG},
       {"no GroupMembershipResolver", without(u"GroupMembershipResolver"), E_NOTFOUND},
       {"no MembershipAttrName", without(u"MembershipAttrName"), E_NOTFOUND},
