@@ -90,7 +90,7 @@ std::optional<uint64_t> LimitOf(const VXNodePtr& query) {
   return value;
 }
 
-TEST(GroupMembershipPreprocessorTest, AQueryGetsTheTablesOfItsSessionResolvedOnce) {
+TEST(GroupMembershipPreprocessorTest, AQueryGetsTheTablesOfItsSessionResolvedOnceUntilCancel) {
   MembershipWorld world;
   world.directory->SetGroup(u"g1", {u"CORP\\alice", u"CORP\\o'brien"});
   world.directory->SetGroup(u"g2", {u"CORP\\alice", u"CORP\\mallory"});
@@ -124,6 +124,29 @@ TEST(GroupMembershipPreprocessorTest, AQueryGetsTheTablesOfItsSessionResolvedOnc
   }
   EXPECT_EQ(RecordedSessions(world.storage), (std::set<GUID>{SessionId(1), SessionId(2)}));
 
+  // Notify needs no session; cancel drops one.
+  struct Request {
+    const char* what;
+    bool cancel;
+    VXNodePtr request;
+    HRESULT status;
+  } requests[] = {
+      {"notify by Cookie", false, SessionRequest(u"Cookie", u"Cookie", 1), S_OK},
+      {"notify without a session", false, SessionRequest(u"Cookie", u"", 0), S_OK},
+      {"notify of an unknown session", false, SessionRequest(u"Cookie", u"SessionId", 9), S_OK},
+      {"cancel of an unknown session", true, SessionRequest(u"Cookie", u"SessionId", 9), S_OK},
+      {"cancel", true, SessionRequest(u"Cookie", u"SessionId", 1), S_OK},
+      {"null", true, VXNodePtr(), E_INVALIDARG},
+      {"null", false, VXNodePtr(), E_INVALIDARG},
+  };
+  for (const Request& c : requests) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(c.cancel ? preprocessor.Cancel(c.request) : preprocessor.Notify(c.request),
+              c.status);
+  }
+  EXPECT_EQ(RecordedSessions(world.storage), std::set<GUID>{SessionId(2)});
+  EXPECT_EQ(SessionTables(world.storage), TablesOf(SessionId(2)));
+
   preprocessor.Release();
   EXPECT_TRUE(SessionTables(world.storage).empty());
   EXPECT_TRUE(RecordedSessions(world.storage).empty());
@@ -151,37 +174,6 @@ TEST(GroupMembershipPreprocessorTest, AGroupCutAtTheLimitMakesTheMembersIncomple
     ASSERT_EQ(preprocessor.Process(next), S_OK);
     EXPECT_EQ(next.GetBool(u"IncompleteMembers"), c.incomplete);
   }
-}
-
-TEST(GroupMembershipPreprocessorTest, CancelDropsTheSessionAndNotifyNeedsNoSession) {
-  MembershipWorld world;
-  world.directory->SetGroup(u"g1", {u"CORP\\alice"});
-  Preprocessor preprocessor(world, PreprocessorConfig());
-  ASSERT_EQ(preprocessor.Process(MembershipQuery(1, {u"g1"})), S_OK);
-  ASSERT_EQ(preprocessor.Process(MembershipQuery(2, {u"g1"})), S_OK);
-
-  struct Case {
-    const char* what;
-    bool cancel;
-    VXNodePtr request;
-    HRESULT status;
-  } cases[] = {
-      {"notify by Cookie", false, SessionRequest(u"Cookie", u"Cookie", 1), S_OK},
-      {"notify without a session", false, SessionRequest(u"Cookie", u"", 0), S_OK},
-      {"notify of an unknown session", false, SessionRequest(u"Cookie", u"SessionId", 9), S_OK},
-      {"cancel of an unknown session", true, SessionRequest(u"Cookie", u"SessionId", 9), S_OK},
-      {"cancel", true, SessionRequest(u"Cookie", u"SessionId", 1), S_OK},
-      {"null", true, VXNodePtr(), E_INVALIDARG},
-      {"null", false, VXNodePtr(), E_INVALIDARG},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    EXPECT_EQ(c.cancel ? preprocessor.Cancel(c.request) : preprocessor.Notify(c.request),
-              c.status);
-  }
-  EXPECT_EQ(RecordedSessions(world.storage), std::set<GUID>{SessionId(2)});
-  std::set<std::u16string> left = TablesOf(SessionId(2));
-  EXPECT_EQ(SessionTables(world.storage), left);
 }
 
 TEST(GroupMembershipPreprocessorTest, QueriesWaitWhileTheStorageIsDisabledUntilShutdown) {
