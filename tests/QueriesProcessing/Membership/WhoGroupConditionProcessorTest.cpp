@@ -144,8 +144,6 @@ TEST(WhoGroupConditionProcessorTest, ConfigurationFailuresAndTheFirstOfEqualFilt
       {Config(
            R"(<Filters _name="InGroup" ColumnName="C" Comparator="x" MatchingComparator="InGroup"/>)"),
        E_NOTFOUND},
-      {R"(<_ AliasJoin="a" ValueJoin="v"/>)", E_NOTFOUND},
-      {R"(<_ ColumnNameAdditionalFilter="Who" ValueJoin="v"/>)", E_NOTFOUND},
       {R"(<_ ColumnNameAdditionalFilter="Who" AliasJoin="a"/>)", E_NOTFOUND},
       {Config(""), S_OK},
   };
