@@ -73,8 +73,7 @@ TEST(MembershipSqlBuilderTest, InsertsTakeBatchSizeRowsEach) {
     size_t statements;
     size_t rowsInFirst;
   };
-  for (const Case& c : {Case{1000, 1001, 2, 1000}, Case{1000, 1000, 1, 1000}, Case{1, 3, 3, 1},
-                        Case{2, 5, 3, 2}, Case{1000, 1, 1, 1}}) {
+  for (const Case& c : {Case{1000, 1001, 2, 1000}, Case{1000, 1000, 1, 1000}, Case{2, 5, 3, 2}}) {
     SCOPED_TRACE(testing::Message() << c.batchSize << " " << c.members);
     const CMembershipSqlBuilder sql(ShortConfig(c.batchSize));
     MemberSet members;
