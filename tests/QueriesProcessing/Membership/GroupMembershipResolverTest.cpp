@@ -144,8 +144,8 @@ TEST_F(GroupMembershipResolverTest, PollsUntilTheLastPage) {
        {kNotReady, R"(<_ ResultCode="i32:-2147024891" ErrorText="no rights"/>)"},
        static_cast<HRESULT>(0x80070005), {}, false, 2, 2},
       {"no ResultCode", 3, {}, {"<_/>"}, E_NOTFOUND, {}, false, 1, 0},
-      {"a member without name", 3, {}, {R"(<_ ResultCode="i32:0" RootObjectFound="i32:1"><_/></_>)"},
-       E_NOTFOUND, {}, false, 1, 0},
+      {"a member without name", 3, {},
+       {R"(<_ ResultCode="i32:0" RootObjectFound="i32:1"><_/></_>)"}, E_NOTFOUND, {}, false, 1, 0},
       {"the transport fails", 3, {}, {kNotReady}, E_FAIL, {}, false, 2, 2},
   };
   for (const auto& c : cases) {

@@ -17,7 +17,8 @@ TEST(MembershipSubtractionTest, MergeWalkRemovesOnlyWhatItMeetsInStep) {
     Names inclusive, exclusive, kept;
   } cases[] = {
       {{}, {}, {}}, {{u"a"}, {}, {u"a"}}, {{}, {u"a"}, {}}, {{u"a"}, {u"a"}, {}},
-      {{u"a"}, {u"b"}, {u"a"}}, {{u"b"}, {u"a"}, {u"b"}}, {{u"a", u"b", u"c"}, {u"a", u"c"}, {u"b"}},
+      {{u"a"}, {u"b"}, {u"a"}}, {{u"b"}, {u"a"}, {u"b"}},
+      {{u"a", u"b", u"c"}, {u"a", u"c"}, {u"b"}},
       // Out of order: the walks pass each other and common names survive.
       {{u"b", u"a"}, {u"a"}, {u"b", u"a"}}, {{u"c", u"b"}, {u"b", u"c"}, {u"b"}},
       // Case-sensitive, by code unit: "B" < "a".
