@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include "tests/QueriesProcessing/Membership/MembershipTestSupport.h"
 
