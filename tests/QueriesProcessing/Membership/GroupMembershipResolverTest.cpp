@@ -62,17 +62,14 @@ class FakeClock : public PollClock {
   mutable std::vector<Duration> sleeps;
 };
 
-constexpr char kConfig[] =
-    R"(<_ _name="GroupMembershipResolver" SitServiceUrl="sit://directory" CountTryGetData="i32:%COUNT%")"
-    R"( SleepTryGetData="i32:2" RequestedAttribute='str[]:["sAMAccountName","objectSid"]')"
-    R"( RequestedMemberTypes='str[]:["user","group"]'/>)";
 constexpr char kStarted[] = R"(<_ SessionId="guid:{0DD265D7-9C92-4FC0-9CBE-32D691746561}"/>)";
 constexpr char kNotReady[] = R"(<_ ResultCode="i32:1"/>)";
 
 std::string Config(int count) {
-  std::string config = kConfig;
-  config.replace(config.find("%COUNT%"), 7, std::to_string(count));
-  return config;
+  return R"(<_ _name="GroupMembershipResolver" SitServiceUrl="sit://directory" CountTryGetData="i32:)" +
+         std::to_string(count) +
+         R"(" SleepTryGetData="i32:2" RequestedAttribute='str[]:["sAMAccountName","objectSid"]')"
+         R"( RequestedMemberTypes='str[]:["user","group"]'/>)";
 }
 
 // A page of members; `last` ends the lookup.
