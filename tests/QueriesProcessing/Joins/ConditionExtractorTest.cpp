@@ -49,12 +49,6 @@ TEST(ConditionExtractorTest, MovesMatchedConditionsAndPrunesEmptiedContainers) {
     const char* name;
     std::string conditions, extracted, remaining;
   } cases[] = {
-      {"one of two", Op("AND", Who("a") + Server("b")),
-       "<EXISTS (SELECT 1 FROM s WHERE  ( ([Server] = N'b') ) )>", " ( ([Who] = N'a') ) "},
-      {"all: Conditions goes", Op("AND", Server("b") + Op("NOT", Server("c"))),
-       "<EXISTS (SELECT 1 FROM s WHERE  ( ([Server] = N'b')  AND  ( NOT ([Server] = N'c')  ) ) )>",
-       "(1=1)"},
-      {"none", Op("AND", Who("a")), "<(1=1)>", " ( ([Who] = N'a') ) "},
       {"an empty container stays", "", "<EXISTS (SELECT 1 FROM s WHERE  (1=1) )>", " (1=1) "},
       {"pruned upward in both trees",
        Op("AND", Who("a") + Op("OR", Server("b") + Op("NOT", Who("c")))),

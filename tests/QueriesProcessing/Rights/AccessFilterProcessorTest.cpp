@@ -54,16 +54,14 @@ TEST_F(AccessFilterTest, ResultsByFormatsByOverrides) {
     const struct {
       AccessCheckResult result;
       std::string expected;
-      const char* trace;
     } results[] = {
-        {kAccessMissing, "error 0x80070005: " + untouched,
-         "Permission 'ViewAudit' is missing for: VXNode[0x"},
-        {kAccessLimited, restricted, "Restricting access for: VXNode[0x"},
-        {kAccessFull, Filtered("1=1"), "Allowing full access for: VXNode[0x"},
-        {static_cast<AccessCheckResult>(7), untouched, "AuthToken: VXNode[0x"},
+        {kAccessMissing, "error 0x80070005: " + untouched},
+        {kAccessLimited, restricted},
+        {kAccessFull, Filtered("1=1")},
+        {static_cast<AccessCheckResult>(7), untouched},
     };
     const std::string value = "i32:" + std::to_string(format);
-    for (const auto& [result, expected, trace] : results) {
+    for (const auto& [result, expected] : results) {
       for (const bool perUse : {false, true}) {
         SCOPED_TRACE("format " + value + " result " + std::to_string(result) +
                      (perUse ? " per use" : " configured"));
@@ -78,10 +76,6 @@ TEST_F(AccessFilterTest, ResultsByFormatsByOverrides) {
         EXPECT_EQ(got, expected);
         EXPECT_EQ(checker->permissions, std::vector<std::u16string>{u"ViewAudit"});
         EXPECT_EQ(checker->tokens.back().get(), contexts->current.get());
-        EXPECT_TRUE(Logged(result == kAccessMissing ? "WARN"
-                           : result == 7            ? "DBG2"
-                                                    : "DBG ",
-                           trace));
       }
     }
   }
@@ -99,10 +93,6 @@ TEST_F(AccessFilterTest, EdgeCases) {
   } cases[] = {
       {"no token: always true, with a format that would fail", "", kAccessMissing, "",
        Config(R"(mo_guid_format="i32:9")"), "", Filtered("1=1")},
-      {"format 3 by default", kAuditor, kAccessLimited, kTwoObjects, Config(), "",
-       Filtered(
-           "[MO]]Id] IN "
-           "(N'0dd265d7-9c92-4fc0-9cbe-32d691746561',N'50a80f11-a323-4f79-884f-dad619b23109')")},
       {"no scope children: an empty list, kept so", kAuditor, kAccessLimited, "<Scope/>", Config(),
        "", Filtered("[MO]]Id] IN ()")},
       {"no scope node at all", kAuditor, kAccessLimited, "", Config(), "",
@@ -111,8 +101,6 @@ TEST_F(AccessFilterTest, EdgeCases) {
        R"(<Scope><O ObjectId="guid:{0DD265D7-9C92-4FC0-9CBE-32D691746561}"/><O/>
           <O ObjectId="guid:{50A80F11-A323-4F79-884F-DAD619B23109}"/></Scope>)",
        Config(), "", Filtered("1=1")},
-      {"a GUID attribute of type 0 counts as absent", kAuditor, kAccessLimited,
-       R"(<Scope><O ObjectId="null:"/></Scope>)", Config(), "", Filtered("1=1")},
       {"a first child without GUID is reached before the bad format", kAuditor, kAccessLimited,
        R"(<Scope><O/><O ObjectId="guid:{50A80F11-A323-4F79-884F-DAD619B23109}"/></Scope>)",
        Config(R"(mo_guid_format="i32:9")"), "", Filtered("1=1")},
@@ -122,17 +110,10 @@ TEST_F(AccessFilterTest, EdgeCases) {
        R"(<Scope><O ObjectId="0dd265d7-9c92-4fc0-9cbe-32d691746561"/></Scope>)",
        Config(R"(mo_guid_format="i32:0")"), "",
        Filtered("[MO]]Id] IN (N'{0DD265D7-9C92-4FC0-9CBE-32D691746561}')")},
-      {"per use: mo_field", kAuditor, kAccessLimited, kTwoObjects, Config(),
-       R"(<_ mo_field="Scope.Id"/>)",
-       Filtered(
-           "[Scope.Id] IN "
-           "(N'0dd265d7-9c92-4fc0-9cbe-32d691746561',N'50a80f11-a323-4f79-884f-dad619b23109')")},
       {"per use: mo_permission_param", kAuditor, kAccessLimited, kTwoObjects, Config(),
        R"(<_ mo_permission_param="Other" mo_guid_format="i32:1"/>)",
        Filtered("[MO]]Id] IN "
                 "(N'000000000000000000000000000000AB',N'000000000000000000000000000000CD')")},
-      {"per use: variable", kAuditor, kAccessFull, "", Config(), R"(<_ variable="%AF%"/>)",
-       "WHERE (%ACCESS_FILTER%) AND (%ACCESS_FILTER%) -- 1=1"},
       {"per use items of type 0 keep the configured ones", kAuditor, kAccessLimited, kTwoObjects,
        Config(),
        R"(<_ variable="null:" mo_field="null:" mo_permission_param="null:" mo_guid_format="null:"/>)",
@@ -160,7 +141,6 @@ TEST_F(AccessFilterTest, WithoutTokenTheCheckerIsNeitherLookedUpNorCalled) {
     hasContexts = hasManager;
     ActAs("");
     EXPECT_EQ(Run(Config()), Filtered("1=1"));
-    EXPECT_TRUE(Logged("DBG2", "CheckAccess skipped for in-process call"));
     EXPECT_EQ(checkerLookups, 0);
     EXPECT_TRUE(checker->tokens.empty());
   }
@@ -171,7 +151,6 @@ TEST_F(AccessFilterTest, PermissionByConfigurationOrPerUse) {
   EXPECT_EQ(Run(Config()), Filtered("1=1"));
   EXPECT_EQ(Run(Config(), R"(<_ required_permission="ViewAlerts"/>)"), Filtered("1=1"));
   EXPECT_EQ(checker->permissions, (std::vector<std::u16string>{u"ViewAudit", u"ViewAlerts"}));
-  EXPECT_TRUE(Logged("DBG2", "AuthToken: VXNode[0x"));
 }
 
 TEST_F(AccessFilterTest, AnOverrideHoldsForItsCallOnly) {

@@ -3,15 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Common/Components/NamedInstances.h"
 #include "Common/Components/ServerInterfaces.h"
-#include "Common/Logger.h"
 #include "Common/Text.h"
 #include "tests/Common/FakeRequestContexts.h"
-#include "tests/Common/LogCapture.h"
 #include "tests/QueriesProcessing/Shaping/ProcessorRunner.h"
 
 namespace QueriesProcessing::Testing {
@@ -38,9 +35,8 @@ class FakePermissionsChecker : public CComponentBase, public IPermissionsChecker
   std::vector<std::u16string> permissions;
 };
 
-// The named components the rights processors ask for, and the log at DBG2.
-// Each test starts with a request context holding no token, a checker that
-// grants everything and an empty log capture.
+// The named components the rights processors ask for. Each test starts with
+// a request context holding no token and a checker that grants everything.
 class RightsTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -50,11 +46,8 @@ class RightsTest : public ::testing::Test {
     checkerLookups = 0;
     current = this;
     ScriptwrightSetNamedInstanceProvider(&Provide);
-    LogCapture::Instance().Take();
-    SetMaxSeverity(Severity::DBG2);
   }
   void TearDown() override {
-    SetMaxSeverity(Severity::ERR);
     ScriptwrightSetNamedInstanceProvider(nullptr);
     current = nullptr;
     static_cast<IRequestContextMgr*>(contexts)->Release();
@@ -63,23 +56,6 @@ class RightsTest : public ::testing::Test {
 
   // Makes `token` (node text, empty for none) the calling thread's context.
   void ActAs(const std::string& token) { contexts->current = Parse(token); }
-
-  // Whether a line of severity `severity` ("DBG2", "WARN", ...) whose text
-  // begins with `text` was logged since the last call (which is forgotten).
-  static bool Logged(std::string_view severity, std::string_view text) {
-    const std::string tag = "| " + std::string(severity) + " |";
-    bool found = false;
-    for (const std::string& line : LogCapture::Instance().Take()) {
-      const size_t at = line.find(tag);
-      if (at == std::string::npos) continue;
-      // The text follows the file's field ("| ") and the scope indent.
-      const size_t bar = line.find("| ", line.find(':', at + tag.size()));
-      if (bar == std::string::npos) continue;
-      const size_t start = line.find_first_not_of(' ', bar + 2);
-      if (start != std::string::npos && line.compare(start, text.size(), text) == 0) found = true;
-    }
-    return found;
-  }
 
   ::Testing::FakeContexts* contexts = nullptr;
   FakePermissionsChecker* checker = nullptr;

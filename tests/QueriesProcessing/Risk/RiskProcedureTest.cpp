@@ -75,15 +75,5 @@ TEST(RiskProcedureTest, SortsSharesAndOverrides) {
   EXPECT_EQ(Arguments("<_/>", u"R"), missing);
 }
 
-TEST(RiskProcedureTest, RisksWithoutOverridesShareTheProcedure) {
-  const RiskName2Procedure procedures = MakeMappingRiskName2Procedure(Parse(Mapping(
-      R"(<RiskAssessment _value="R"/><RiskAssessment _value="S"/>)"
-      R"(<RiskAssessment _value="T"><OverrideVariables order="u32:1" _value="Y"/></RiskAssessment>)")));
-  ASSERT_EQ(procedures.size(), 3u);
-  EXPECT_EQ(procedures.at(u"R"), procedures.at(u"S"));
-  EXPECT_NE(procedures.at(u"R"), procedures.at(u"T"));
-  EXPECT_EQ(procedures.at(u"R")->Variables[0].GetValue(), u"B");
-}
-
 }  // namespace
 }  // namespace QueriesProcessing
