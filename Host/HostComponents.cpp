@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Common/ConfigPath.h"
 #include "Common/Logger.h"
 #include "Common/Nodes/NodeTextWriter.h"
 #include "Host/CommandPrinter.h"
@@ -156,22 +157,6 @@ void HandOut(std::vector<VXNodePtr>& found, size_t& next, VXNodePtr* nodes, uint
   uint32_t n = 0;
   for (; n < count && next < found.size(); ++n) nodes[n] = found[next++];
   *returned = n;
-}
-
-}  // namespace
-
-namespace {
-
-// The node at `path` below `at`, whose components are node names
-// separated by "\"; null when there is none.
-VXNodePtr NodeAtPath(VXNodePtr at, std::u16string_view path) {
-  for (size_t start = 0; at && start < path.size();) {
-    size_t end = path.find(u'\\', start);
-    if (end == std::u16string_view::npos) end = path.size();
-    if (end > start) at = at.GetChild(path.substr(start, end - start));
-    start = end + 1;
-  }
-  return at;
 }
 
 // Levels of children that come along: a negative MaxDepth means all.

@@ -1,6 +1,7 @@
 #include "RiskWorld.h"
 
 #include "Common/Components/NamedInstances.h"
+#include "Common/ConfigPath.h"
 #include "Common/FormatString.h"
 #include "Common/Text.h"
 #include "QueriesProcessing/Scriptwright/Risk/DBNameRiskAssessmentProcessor.h"
@@ -30,16 +31,6 @@ HRESULT Provide(const char16_t* name, uint32_t, const GUID* iid, void** out) {
     return Hand<IRequestContextMgr>(gWorld->contexts, iid, out);
   }
   return E_NOTFOUND;
-}
-
-VXNodePtr NodeAtPath(VXNodePtr at, std::u16string_view path) {
-  for (size_t start = 0; at && start < path.size();) {
-    size_t end = path.find(u'\\', start);
-    if (end == std::u16string_view::npos) end = path.size();
-    if (end > start) at = at.GetChild(path.substr(start, end - start));
-    start = end + 1;
-  }
-  return at;
 }
 
 std::string Lower(std::string text) {
