@@ -15,30 +15,14 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <string>
 
 #include "Common/Text.h"
 #include "QueriesProcessing/Common/DbKey.h"
 #include "QueriesProcessing/Common/MarkElementWriter.h"
 #include "QueriesProcessing/Scriptwright/Targeting/DBNameProcessor.h"
+#include "bench/CountingAllocator.h"
 #include "tests/QueriesProcessing/Targeting/DbNameWorld.h"
-
-namespace {
-
-std::atomic<uint64_t> gAllocations{0};
-
-}  // namespace
-
-void* operator new(size_t size) {
-  gAllocations.fetch_add(1, std::memory_order_relaxed);
-  if (void* p = std::malloc(size ? size : 1)) return p;
-  throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
 
 namespace {
 
@@ -139,9 +123,9 @@ void Measure(benchmark::State& state, bool paged) {
   size_t length = 0;
   uint64_t allocations = 0;
   for (auto _ : state) {
-    const uint64_t before = gAllocations.load(std::memory_order_relaxed);
+    const uint64_t before = AllocationsSoFar();
     std::u16string text = fanOut.Run(paged);
-    allocations += gAllocations.load(std::memory_order_relaxed) - before;
+    allocations += AllocationsSoFar() - before;
     length = text.size();
     benchmark::DoNotOptimize(text.data());
   }

@@ -6,28 +6,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "Common/Nodes/NodeTextReader.h"
 #include "bench/BenchHost.h"
-
-namespace {
-
-std::atomic<uint64_t> gAllocations{0};
-
-}  // namespace
-
-void* operator new(size_t size) {
-  gAllocations.fetch_add(1, std::memory_order_relaxed);
-  if (void* p = std::malloc(size ? size : 1)) return p;
-  throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
+#include "bench/CountingAllocator.h"
 
 namespace {
 
@@ -109,9 +93,9 @@ void BM_PagedSearch(benchmark::State& state) {
   uint64_t allocations = 0;
   for (auto _ : state) {
     VXNodePtr copy = request.Clone();
-    const uint64_t before = gAllocations.load(std::memory_order_relaxed);
+    const uint64_t before = AllocationsSoFar();
     if (preparer.processor().ProcessQuery(copy) != S_OK) state.SkipWithError("ProcessQuery failed");
-    allocations += gAllocations.load(std::memory_order_relaxed) - before;
+    allocations += AllocationsSoFar() - before;
   }
   state.counters["allocs/request"] =
       benchmark::Counter(static_cast<double>(allocations), benchmark::Counter::kAvgIterations);
